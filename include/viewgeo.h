@@ -1,0 +1,178 @@
+/*
+ * viewgeo.h - camera geometry for a pan-tilt-zoom (PTZ) camera.
+ *
+ * Converts between pixels of the picture and pan/tilt directions, in single
+ * precision (suffix _f) and in Q16.16 fixed point (suffix _x); corrects the
+ * head's mechanical misalignment; steers a second, remote PTZ camera from
+ * the main picture; maps a fisheye overview camera to PTZ positions.
+ *
+ * Conventions
+ *   - Angles cross this interface in degrees; tilt is positive upwards, pan
+ *     grows to the right in the picture.
+ *   - Pixels have their origin at the top-left corner, y grows downwards.
+ *   - A Q16.16 value is a signed 32-bit word w meaning w / 65536, so 1.0 is
+ *     0x10000 and 180 degrees is 0xB40000.
+ *   - Calculations return no status: degenerate input (a zero field of view,
+ *     an unknown picture rotation) gives a defined fallback instead.
+ *   - Functions that touch files return 0 on success and a negative value on
+ *     failure (or a null pointer for an allocated record); details go to the
+ *     system log at error priority.
+ *   - Records are allocated by the library with malloc and released by the
+ *     matching delete function.
+ *
+ * Threads: the library takes no lock and keeps no global state except the
+ * configuration reader used by the remote-camera and overview-camera files.
+ * A context may be used by one thread at a time; distinct contexts are
+ * independent. The pure calculations and the constants may be used from any
+ * thread.
+ */
+#ifndef VIEWGEO_H
+#define VIEWGEO_H
+
+#include <stdbool.h>
+#include <stdint.h>
+
+#ifndef VIEWGEO_API
+#  if defined(VIEWGEO_STATIC_DEFINE)
+#    define VIEWGEO_API
+#  elif defined(__GNUC__) && __GNUC__ >= 4
+#    define VIEWGEO_API __attribute__((visibility("default")))
+#  else
+#    define VIEWGEO_API
+#  endif
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ------------------------------------------------------------------------
+ * Numbers and constants
+ * ------------------------------------------------------------------------ */
+
+/** Degrees to radians in Q16.16: 1144 (0x478), pi/180 rounded to a word. */
+VIEWGEO_API extern const int32_t dtor_x;
+/** Degrees to radians in single precision: 0.017453292 (bits 0x3C8EFA35). */
+VIEWGEO_API extern const float dtor_f;
+/** Radians to degrees in Q16.16: 3754936 (0x394BB8) = 57.2957763671875. */
+VIEWGEO_API extern const int32_t rtod_x;
+/** Radians to degrees in single precision: 57.29578 (bits 0x42652EE1). */
+VIEWGEO_API extern const float rtod_f;
+
+/* ------------------------------------------------------------------------
+ * The view context
+ * ------------------------------------------------------------------------ */
+
+/** One element of the compiled misalignment table, all Q16.16. */
+typedef struct viewgeo_misalignment_entry {
+    int32_t zoom;       /**< zoom value the entry holds for */
+    int32_t pan_steps;  /**< total pan offset at that zoom, motor steps */
+    int32_t tilt_steps; /**< total tilt offset at that zoom, motor steps */
+} viewgeo_misalignment_entry;
+
+/**
+ * The view of the PTZ camera. Angles are Q16.16 degrees. Create it with
+ * viewgeo_context_create(), set pan, tilt, the horizontal field of view and
+ * the picture size before the first projection, delete it with
+ * viewgeo_context_delete(). The misalignment fields are owned by the record.
+ */
+typedef struct viewgeo_context {
+    int32_t pan;          /**< current pan, Q16.16 degrees */
+    int32_t tilt;         /**< current tilt (positive up), Q16.16 degrees */
+    int32_t horiz_fov;    /**< horizontal field of view, Q16.16 degrees */
+    int32_t vert_fov;     /**< vertical field of view, used when vert_fov_set */
+    bool vert_fov_set;    /**< false: vertical field derived from the aspect */
+    int32_t pic_width;    /**< picture width, pixels */
+    int32_t pic_height;   /**< picture height, pixels */
+    int32_t pic_rot;      /**< picture rotation: 0, 90, 180, 270 or 360 */
+    viewgeo_misalignment_entry *mo_table; /**< compiled misalignment table */
+    int32_t mo_count;                     /**< entries in mo_table */
+    char *mo_opt_offset;  /**< optical-offset text, "zoom,pan,tilt;..." */
+    char *mo_mech_offset; /**< mechanical-offset text, "pan,tilt" */
+    uint32_t pan_rotation_steps;  /**< motor steps per full pan turn */
+    uint32_t tilt_rotation_steps; /**< motor steps per full tilt turn */
+    int32_t mo_state;     /**< misalignment data: 0 not read, 1 loaded, 2 failed */
+    int32_t dewarp_status;   /**< 1: the fixed-point relative form maps linearly */
+    int32_t projection_type; /**< lens: 0 sine, 1 equidistant, other rectilinear */
+} viewgeo_context;
+
+/**
+ * Allocates a context: rotation 0, derived vertical field of view, dewarp 0,
+ * projection type 1 if /usr/share/viewgeo/viewgeo_projection.conf exists and
+ * 2 otherwise. Loads /var/run/ptz/mo_data_file if present. Pan, tilt, the
+ * fields of view and the picture size are left unset. Null when out of memory.
+ */
+VIEWGEO_API viewgeo_context *viewgeo_context_create(void);
+/** Frees the context and its misalignment data. */
+VIEWGEO_API void viewgeo_context_delete(viewgeo_context *ctx);
+
+/** Sets pan and tilt (degrees), rounded to the nearest Q16.16 word. */
+VIEWGEO_API void viewgeo_set_pantilt_f(viewgeo_context *ctx, float pan, float tilt);
+/** Reads pan and tilt as degrees. */
+VIEWGEO_API void viewgeo_get_pantilt_f(const viewgeo_context *ctx, float *pan, float *tilt);
+/** Sets pan and tilt as Q16.16 degrees, stored unchanged. */
+VIEWGEO_API void viewgeo_set_pantilt_x(viewgeo_context *ctx, int32_t pan, int32_t tilt);
+/** Reads pan and tilt as Q16.16 degrees. */
+VIEWGEO_API void viewgeo_get_pantilt_x(const viewgeo_context *ctx, int32_t *pan, int32_t *tilt);
+
+/** Sets the horizontal field of view (degrees). */
+VIEWGEO_API void viewgeo_set_horiz_fov_f(viewgeo_context *ctx, float fov);
+/** Reads the horizontal field of view (degrees). */
+VIEWGEO_API void viewgeo_get_horiz_fov_f(const viewgeo_context *ctx, float *fov);
+/** Sets the horizontal field of view (Q16.16 degrees). */
+VIEWGEO_API void viewgeo_set_horiz_fov_x(viewgeo_context *ctx, int32_t fov);
+/** Reads the horizontal field of view (Q16.16 degrees). */
+VIEWGEO_API void viewgeo_get_horiz_fov_x(const viewgeo_context *ctx, int32_t *fov);
+
+/** Sets the vertical field of view (degrees); from now on it is used as set. */
+VIEWGEO_API void viewgeo_set_vert_fov_f(viewgeo_context *ctx, float fov);
+/** Sets the vertical field of view (Q16.16 degrees); used as set from now on. */
+VIEWGEO_API void viewgeo_set_vert_fov_x(viewgeo_context *ctx, int32_t fov);
+/**
+ * Reads the vertical field of view (degrees): as set, or derived from the
+ * horizontal one and the picture's aspect (2 atan(h/w tan(hfov/2))). A zero
+ * width gives about 180, a 0 x 0 picture NaN.
+ */
+VIEWGEO_API void viewgeo_get_vert_fov_f(const viewgeo_context *ctx, float *fov);
+/** As viewgeo_get_vert_fov_f(), in Q16.16 degrees. */
+VIEWGEO_API void viewgeo_get_vert_fov_x(const viewgeo_context *ctx, int32_t *fov);
+
+/** Selects the lens model: 0 sine, 1 equidistant, any other rectilinear. */
+VIEWGEO_API void viewgeo_set_projection_type(viewgeo_context *ctx, int32_t type);
+/** Sets the dewarp flag (1 selects the linear mode of viewgeo_to_ptz_x_rel). */
+VIEWGEO_API void viewgeo_set_dewarp_status(viewgeo_context *ctx, int32_t status);
+/** Sets the picture size in pixels, stored unchecked. */
+VIEWGEO_API void viewgeo_set_pic_dim(viewgeo_context *ctx, int32_t width, int32_t height);
+/** Reads the picture size in pixels. */
+VIEWGEO_API void viewgeo_get_pic_dim(const viewgeo_context *ctx, int32_t *width, int32_t *height);
+/** Sets the picture rotation in degrees: 0, 90, 180, 270 or 360 are understood. */
+VIEWGEO_API void viewgeo_set_pic_rot(viewgeo_context *ctx, int32_t rotation);
+
+/* @@PROJECTIONS@@ */
+
+/* @@UTILITIES@@ */
+
+/* ------------------------------------------------------------------------
+ * Misalignment of the head
+ * ------------------------------------------------------------------------ */
+
+/**
+ * Compiles ctx->mo_opt_offset ("zoom,pan,tilt;...", zoom ascending) and
+ * ctx->mo_mech_offset ("pan,tilt", motor steps) into ctx->mo_table. Two empty
+ * texts clear the table. Returns 0, or -1 when a text is null or does not
+ * scan (the table is then gone, unless the mechanical text was the bad one).
+ * Touches no file.
+ */
+VIEWGEO_API int viewgeo_set_misalignment_data(viewgeo_context *ctx);
+
+/* @@MISALIGNMENT@@ */
+
+/* @@REMOTE@@ */
+
+/* @@OVERVIEW@@ */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* VIEWGEO_H */

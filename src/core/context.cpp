@@ -1,0 +1,121 @@
+// The view context: creation, deletion and the parameter accessors.
+#include <cmath>
+#include <cstdlib>
+
+#include "core/q16.h"
+#include "core/vert_fov.h"
+#include "misalign/misalignment_loader.h"
+#include "platform/fs.h"
+#include "platform/paths.h"
+#include "viewgeo.h"
+
+namespace viewgeo {
+
+float vertical_fov_f(const viewgeo_context &ctx) {
+    if (ctx.vert_fov_set) return q16_to_float(ctx.vert_fov);
+    // The mixture of single and double precision below is what stored
+    // calibrations were made with and is kept exactly.
+    const float h = q16_to_float(ctx.horiz_fov);
+    const float a = (h * 0.5f) * kDegToRadF;
+    const double t = std::tan(static_cast<double>(a));
+    const float aspect = static_cast<float>(ctx.pic_height) / static_cast<float>(ctx.pic_width);
+    const double r = static_cast<double>(aspect);
+    const double v = std::atan(r * t) * kTwoRadToDegD;
+    return static_cast<float>(v);
+}
+
+}  // namespace viewgeo
+
+using namespace viewgeo;
+
+extern "C" {
+
+VIEWGEO_API viewgeo_context *viewgeo_context_create(void) {
+    auto *ctx = static_cast<viewgeo_context *>(std::calloc(1, sizeof(viewgeo_context)));
+    if (ctx == nullptr) return nullptr;
+    // calloc also clears the fields a caller must set before projecting, so
+    // a forgotten setter gives zeros rather than leftover memory.
+    ctx->pic_rot = 0;
+    ctx->vert_fov_set = false;
+    ctx->dewarp_status = 0;
+    // Only the presence of this file matters; its contents are never read.
+    ctx->projection_type = platform::fs::exists(platform::kProjectionFlagPath) ? 1 : 2;
+    ctx->mo_table = nullptr;
+    ctx->mo_opt_offset = nullptr;
+    ctx->mo_mech_offset = nullptr;
+    ctx->mo_count = 0;
+    ctx->pan_rotation_steps = 0;
+    ctx->tilt_rotation_steps = 0;
+    ctx->mo_state = 0;
+    load_misalignment_data(ctx);
+    return ctx;
+}
+
+VIEWGEO_API void viewgeo_context_delete(viewgeo_context *ctx) {
+    if (ctx->mo_table != nullptr) std::free(ctx->mo_table);
+    std::free(ctx->mo_opt_offset);
+    std::free(ctx->mo_mech_offset);
+    std::free(ctx);
+}
+
+VIEWGEO_API void viewgeo_set_pantilt_f(viewgeo_context *ctx, float pan, float tilt) {
+    ctx->pan = q16_from_float(pan);
+    ctx->tilt = q16_from_float(tilt);
+}
+
+VIEWGEO_API void viewgeo_get_pantilt_f(const viewgeo_context *ctx, float *pan, float *tilt) {
+    *pan = q16_to_float(ctx->pan);
+    *tilt = q16_to_float(ctx->tilt);
+}
+
+VIEWGEO_API void viewgeo_set_pantilt_x(viewgeo_context *ctx, int32_t pan, int32_t tilt) {
+    ctx->pan = pan;
+    ctx->tilt = tilt;
+}
+
+VIEWGEO_API void viewgeo_get_pantilt_x(const viewgeo_context *ctx, int32_t *pan, int32_t *tilt) {
+    *pan = ctx->pan;
+    *tilt = ctx->tilt;
+}
+
+VIEWGEO_API void viewgeo_set_horiz_fov_f(viewgeo_context *ctx, float fov) { ctx->horiz_fov = q16_from_float(fov); }
+
+VIEWGEO_API void viewgeo_get_horiz_fov_f(const viewgeo_context *ctx, float *fov) { *fov = q16_to_float(ctx->horiz_fov); }
+
+VIEWGEO_API void viewgeo_set_horiz_fov_x(viewgeo_context *ctx, int32_t fov) { ctx->horiz_fov = fov; }
+
+VIEWGEO_API void viewgeo_get_horiz_fov_x(const viewgeo_context *ctx, int32_t *fov) { *fov = ctx->horiz_fov; }
+
+VIEWGEO_API void viewgeo_set_vert_fov_f(viewgeo_context *ctx, float fov) {
+    ctx->vert_fov = q16_from_float(fov);
+    ctx->vert_fov_set = true;
+}
+
+VIEWGEO_API void viewgeo_set_vert_fov_x(viewgeo_context *ctx, int32_t fov) {
+    ctx->vert_fov = fov;
+    ctx->vert_fov_set = true;
+}
+
+VIEWGEO_API void viewgeo_get_vert_fov_f(const viewgeo_context *ctx, float *fov) { *fov = vertical_fov_f(*ctx); }
+
+VIEWGEO_API void viewgeo_get_vert_fov_x(const viewgeo_context *ctx, int32_t *fov) {
+    *fov = ctx->vert_fov_set ? ctx->vert_fov : q16_from_float(vertical_fov_f(*ctx));
+}
+
+VIEWGEO_API void viewgeo_set_projection_type(viewgeo_context *ctx, int32_t type) { ctx->projection_type = type; }
+
+VIEWGEO_API void viewgeo_set_dewarp_status(viewgeo_context *ctx, int32_t status) { ctx->dewarp_status = status; }
+
+VIEWGEO_API void viewgeo_set_pic_dim(viewgeo_context *ctx, int32_t width, int32_t height) {
+    ctx->pic_width = width;
+    ctx->pic_height = height;
+}
+
+VIEWGEO_API void viewgeo_get_pic_dim(const viewgeo_context *ctx, int32_t *width, int32_t *height) {
+    *width = ctx->pic_width;
+    *height = ctx->pic_height;
+}
+
+VIEWGEO_API void viewgeo_set_pic_rot(viewgeo_context *ctx, int32_t rotation) { ctx->pic_rot = rotation; }
+
+}  // extern "C"

@@ -1,0 +1,148 @@
+#include "platform/fs.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <fcntl.h>
+#include <string>
+#include <unistd.h>
+
+#include "platform/paths.h"
+
+namespace viewgeo::platform::fs {
+
+#ifdef VIEWGEO_TEST_SEAM
+
+namespace {
+struct Injection {
+    bool armed = false;
+    int err = 0;
+    int skip = 0;
+};
+constexpr int kOpCount = static_cast<int>(Op::CloseFd) + 1;
+Injection injections[kOpCount];
+
+// True when this call of `op` is to fail; errno is then set.
+bool should_fail(Op op) {
+    Injection &inj = injections[static_cast<int>(op)];
+    if (!inj.armed) return false;
+    if (inj.skip > 0) {
+        --inj.skip;
+        return false;
+    }
+    inj.armed = false;
+    errno = inj.err;
+    return true;
+}
+}  // namespace
+
+void inject_failure(Op op, int err, int skip) { injections[static_cast<int>(op)] = {true, err, skip}; }
+
+void clear_failures() {
+    for (Injection &inj : injections) inj = {};
+}
+
+#define VIEWGEO_FAIL_IF(op, result) \
+    if (should_fail(op)) return result
+#else
+#define VIEWGEO_FAIL_IF(op, result) \
+    do {                            \
+    } while (0)
+#endif
+
+int stat(const char *path, struct stat *st) {
+    VIEWGEO_FAIL_IF(Op::Stat, -1);
+    return ::stat(resolve(path).c_str(), st);
+}
+
+bool exists(const char *path) {
+    struct stat st;
+    return fs::stat(path, &st) == 0;
+}
+
+FILE *fopen(const char *path, const char *mode) {
+    VIEWGEO_FAIL_IF(Op::Fopen, nullptr);
+    return std::fopen(resolve(path).c_str(), mode);
+}
+
+FILE *fopen_new_for_write(const char *path) {
+    VIEWGEO_FAIL_IF(Op::FopenNew, nullptr);
+    const int fd = ::open(resolve(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666);
+    if (fd < 0) return nullptr;
+    FILE *file = ::fdopen(fd, "w");
+    if (file == nullptr) {
+        const int saved = errno;
+        ::close(fd);
+        errno = saved;
+    }
+    return file;
+}
+
+int fflush(FILE *file) {
+    VIEWGEO_FAIL_IF(Op::Fflush, EOF);
+    return std::fflush(file);
+}
+
+int fsync(FILE *file) {
+    VIEWGEO_FAIL_IF(Op::Fsync, -1);
+    return ::fsync(::fileno(file));
+}
+
+int fclose(FILE *file) {
+#ifdef VIEWGEO_TEST_SEAM
+    if (should_fail(Op::Fclose)) {
+        const int saved = errno;
+        std::fclose(file);  // release the stream all the same
+        errno = saved;
+        return EOF;
+    }
+#endif
+    return std::fclose(file);
+}
+
+int print(FILE *file, const char *format, ...) {
+    VIEWGEO_FAIL_IF(Op::Print, -1);
+    va_list args;
+    va_start(args, format);
+    const int n = std::vfprintf(file, format, args);
+    va_end(args);
+    return n;
+}
+
+int chmod(const char *path, mode_t mode) {
+    VIEWGEO_FAIL_IF(Op::Chmod, -1);
+    return ::chmod(resolve(path).c_str(), mode);
+}
+
+int chown(const char *path, uid_t owner, gid_t group) {
+    VIEWGEO_FAIL_IF(Op::Chown, -1);
+    return ::chown(resolve(path).c_str(), owner, group);
+}
+
+int rename(const char *from, const char *to) {
+    VIEWGEO_FAIL_IF(Op::Rename, -1);
+    return std::rename(resolve(from).c_str(), resolve(to).c_str());
+}
+
+int open_dir(const char *path) {
+    VIEWGEO_FAIL_IF(Op::OpenDir, -1);
+    return ::open(resolve(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+}
+
+int fsync_fd(int fd) {
+    VIEWGEO_FAIL_IF(Op::FsyncFd, -1);
+    return ::fsync(fd);
+}
+
+int close_fd(int fd) {
+#ifdef VIEWGEO_TEST_SEAM
+    if (should_fail(Op::CloseFd)) {
+        const int saved = errno;
+        ::close(fd);
+        errno = saved;
+        return -1;
+    }
+#endif
+    return ::close(fd);
+}
+
+}  // namespace viewgeo::platform::fs

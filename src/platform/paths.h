@@ -1,0 +1,28 @@
+// The files the library reads and writes. The installed library uses exactly
+// these absolute paths; the test build of the library (VIEWGEO_TEST_SEAM)
+// can put them below a directory of the test's choosing.
+#pragma once
+
+#include <string>
+
+namespace viewgeo::platform {
+
+inline constexpr const char *kProjectionFlagPath = "/usr/share/viewgeo/viewgeo_projection.conf";
+inline constexpr const char *kMisalignmentDataPath = "/var/run/ptz/mo_data_file";
+inline constexpr const char *kConfigDir = "/etc/viewgeo";
+inline constexpr const char *kRemoteConfigPath = "/etc/viewgeo/remoteptz.conf";
+inline constexpr const char *kRemoteConfigNewPath = "/etc/viewgeo/remoteptz.conf.new";
+inline constexpr const char *kOvistaConfigPath = "/etc/viewgeo/ovista.conf";
+inline constexpr const char *kOvistaBackupPath = "/etc/viewgeo/ovista.bak";
+
+// The path the file system is asked for: `path` itself in the installed
+// library, `path` below the test root in the test build.
+std::string resolve(const char *path);
+
+#ifdef VIEWGEO_TEST_SEAM
+// Test build only: every path resolves below `root` ("" restores the real
+// paths). Not compiled into the installed library.
+void set_test_root(const std::string &root);
+#endif
+
+}  // namespace viewgeo::platform
