@@ -148,9 +148,59 @@ VIEWGEO_API void viewgeo_get_pic_dim(const viewgeo_context *ctx, int32_t *width,
 /** Sets the picture rotation in degrees: 0, 90, 180, 270 or 360 are understood. */
 VIEWGEO_API void viewgeo_set_pic_rot(viewgeo_context *ctx, int32_t rotation);
 
-/* @@PROJECTIONS@@ */
+/* ------------------------------------------------------------------------
+ * Projections between pixels and pan/tilt
+ *
+ * The lens model is the context's projection_type. A zero field of view gives
+ * the picture centre (pixel direction) or the current pan/tilt (pan/tilt
+ * direction); an unknown pic_rot gives pixel (0, 0) or reads the pixel as
+ * (0, 0). Outputs are always written; the context is only read. Directions
+ * behind the camera come out as tilts past +-90 with the pan offset kept
+ * within +-90 degrees. No heap allocation, no file access.
+ * ------------------------------------------------------------------------ */
 
-/* @@UTILITIES@@ */
+/** Pixel (x right, y down) where the direction pan/tilt (degrees) appears. */
+VIEWGEO_API void viewgeo_to_pixel_f(const viewgeo_context *ctx, int32_t *x, int32_t *y, float pan, float tilt);
+/** Absolute pan/tilt (degrees, pan in [-180, 180]) that centres pixel (x, y). */
+VIEWGEO_API void viewgeo_to_ptz_f(const viewgeo_context *ctx, float *pan, float *tilt, int32_t x, int32_t y);
+/** Pan/tilt movement (degrees) from the current position that centres pixel (x, y). */
+VIEWGEO_API void viewgeo_to_ptz_f_rel(const viewgeo_context *ctx, float *pan, float *tilt, int32_t x, int32_t y);
+
+/**
+ * Q16.16 form of viewgeo_to_pixel_f(). Normalised picture coordinates are
+ * clamped to +-10 picture sizes. A zero field of view writes the picture
+ * centre as a Q16.16 value (pic_width * 32768, pic_height * 32768), not in
+ * whole pixels: kept as callers expect it.
+ */
+VIEWGEO_API void viewgeo_to_pixel_x(const viewgeo_context *ctx, int32_t *x, int32_t *y, int32_t pan, int32_t tilt);
+/** Q16.16 form of viewgeo_to_ptz_f(): absolute pan/tilt in Q16.16 degrees. */
+VIEWGEO_API void viewgeo_to_ptz_x(const viewgeo_context *ctx, int32_t *pan, int32_t *tilt, int32_t x, int32_t y);
+/**
+ * Q16.16 relative movement that centres pixel (x, y), each output reduced to
+ * [-360, 360]. With dewarp_status 1 the picture maps linearly to angles.
+ */
+VIEWGEO_API void viewgeo_to_ptz_x_rel(const viewgeo_context *ctx, int32_t *pan, int32_t *tilt, int32_t x, int32_t y);
+
+/* ------------------------------------------------------------------------
+ * Angle and zoom utilities (no context, no state)
+ * ------------------------------------------------------------------------ */
+
+/** Unsigned distance between two pans (degrees), in [0, 180] for pans less than 360 apart. */
+VIEWGEO_API float viewgeo_get_pan_delta(float pan_a, float pan_b);
+/** Q16.16 form of viewgeo_get_pan_delta(). */
+VIEWGEO_API int32_t viewgeo_get_pan_delta_x(int32_t pan_a, int32_t pan_b);
+/** Angle between two pan/tilt directions (degrees); identical directions may give NaN. */
+VIEWGEO_API float viewgeo_get_great_circle(float pan_a, float tilt_a, float pan_b, float tilt_b);
+/** Q16.16 form of viewgeo_get_great_circle(). */
+VIEWGEO_API int32_t viewgeo_get_great_circle_x(int32_t pan_a, int32_t tilt_a, int32_t pan_b, int32_t tilt_b);
+/** tan(fov_b / 2) / tan(fov_a / 2) in Q16.16; fields in Q16.16 degrees, fov_a must not be 0. */
+VIEWGEO_API int32_t viewgeo_get_zoom_magnification(int32_t fov_a, int32_t fov_b);
+/** Field of view (degrees) after zoom factor zoom_a, and after zoom_a then zoom_b. */
+VIEWGEO_API void viewgeo_get_zoom_fov(float zoom_a, float fov, float zoom_b, float *fov_a_out, float *fov_b_out);
+/** Q16.16 form of viewgeo_get_zoom_fov(); zoom factors must not be 0. */
+VIEWGEO_API void viewgeo_get_zoom_fov_x(int32_t zoom_a, int32_t fov, int32_t zoom_b, int32_t *fov_a_out, int32_t *fov_b_out);
+/** Brings a pan (degrees) into [-180, 180] by one turn at most. */
+VIEWGEO_API float viewgeo_wrap_pan(float pan);
 
 /* ------------------------------------------------------------------------
  * Misalignment of the head
@@ -165,7 +215,19 @@ VIEWGEO_API void viewgeo_set_pic_rot(viewgeo_context *ctx, int32_t rotation);
  */
 VIEWGEO_API int viewgeo_set_misalignment_data(viewgeo_context *ctx);
 
-/* @@MISALIGNMENT@@ */
+/**
+ * Misalignment offset (Q16.16 degrees) at a zoom (table unit, Q16.16) and a
+ * tilt (Q16.16 degrees). Reads /var/run/ptz/mo_data_file while it has not
+ * been read yet (mo_state 0). Zero offsets when no data is loaded. A table
+ * of a single entry is constant; a step count of 0 gives a zero offset.
+ */
+VIEWGEO_API void viewgeo_get_misalignment_offset(viewgeo_context *ctx, int32_t zoom, int32_t tilt, int32_t *pan_offset, int32_t *tilt_offset);
+/**
+ * Applies the misalignment offset at `zoom` to a pan/tilt (Q16.16 degrees),
+ * as it is when add is nonzero, negated when add is 0. Returns the tilt
+ * written to tilt_out. May read the data file like the offset query.
+ */
+VIEWGEO_API int32_t viewgeo_compensate_misalignment_offset(viewgeo_context *ctx, int32_t zoom, int add, int32_t pan, int32_t tilt, int32_t *pan_out, int32_t *tilt_out);
 
 /* @@REMOTE@@ */
 
