@@ -235,15 +235,26 @@ VIEWGEO_API int viewgeo_set_misalignment_data(viewgeo_context *ctx);
 
 /**
  * Misalignment offset (Q16.16 degrees) at a zoom (table unit, Q16.16) and a
- * tilt (Q16.16 degrees). Reads /var/run/ptz/mo_data_file while it has not
- * been read yet (mo_state 0). Zero offsets when no data is loaded. A table
- * of a single entry is constant; a step count of 0 gives a zero offset.
+ * tilt (Q16.16 degrees): the table interpolated at the zoom (extrapolated
+ * below the first key, clamped above the last), motor steps turned into
+ * degrees by the rotation step counts. Zero within 5 degrees of either pole
+ * (tilt in [-95, -85] or [85, 95]), faded linearly between 5 and 20 degrees
+ * off the nadir. Reads /var/run/ptz/mo_data_file while it has not been read
+ * yet (mo_state 0), so it may change the context. Zero offsets when no data
+ * is loaded or the table is empty. Degenerate data: a table of a single
+ * entry is constant, two entries with the same key give the later entry's
+ * offsets, a step count of 0 gives a zero offset on that axis.
  */
 VIEWGEO_API void viewgeo_get_misalignment_offset(viewgeo_context *ctx, int32_t zoom, int32_t tilt, int32_t *pan_offset, int32_t *tilt_offset);
 /**
- * Applies the misalignment offset at `zoom` to a pan/tilt (Q16.16 degrees),
- * as it is when add is nonzero, negated when add is 0. Returns the tilt
- * written to tilt_out. May read the data file like the offset query.
+ * Applies the misalignment offset at `zoom` and `tilt` to a pan/tilt (Q16.16
+ * degrees), as it is when add is nonzero, negated when add is 0: added
+ * within 0.5 degrees of the horizon and of tilt +-180, rotated on the sphere
+ * elsewhere; each result angle is brought back by one turn when beyond
+ * +-180, and a pan that moved by more than 90 degrees is flipped back to
+ * the input's side of the zenith (its tilt reflected about -90). Offsets under 0.01 degrees leave the input as it is,
+ * exactly below 128 degrees (above, a word can move by one unit). Returns
+ * the tilt written to tilt_out. May read the data file like the offset query.
  */
 VIEWGEO_API int32_t viewgeo_compensate_misalignment_offset(viewgeo_context *ctx, int32_t zoom, int add, int32_t pan, int32_t tilt, int32_t *pan_out, int32_t *tilt_out);
 
