@@ -37,24 +37,24 @@ constexpr std::uint64_t isqrt_floor(std::uint64_t n) {
     return root;
 }
 
-// The seed table is indexed by the leading 9 bits of f in [1/4, 1), 128 to
-// 511.
-constexpr unsigned kSeedBits = 9;
-constexpr unsigned kSeedFirst = 1u << (kSeedBits - 2);  // f = 1/4
-constexpr unsigned kSeedEnd = 1u << kSeedBits;          // f = 1
+// The first estimate of 1/sqrt(f), f in [1/4, 1), comes from a table
+// indexed by the leading 9 bits of f, 128 to 511.
+constexpr unsigned kGuessBits = 9;
+constexpr unsigned kGuessFirst = 1u << (kGuessBits - 2);  // f = 1/4
+constexpr unsigned kGuessEnd = 1u << kGuessBits;          // f = 1
 
 // 1/sqrt(f) in Q15 at the middle of each interval [i/512, (i+1)/512) of
 // f in [1/4, 1): sqrt(512 / (i + 1/2)) * 2^15 = sqrt(2^40 / (2i + 1)).
-constexpr std::array<std::uint16_t, kSeedEnd - kSeedFirst> make_rsqrt_seeds() {
-    std::array<std::uint16_t, kSeedEnd - kSeedFirst> t{};
-    for (unsigned i = kSeedFirst; i < kSeedEnd; ++i) {
-        t[i - kSeedFirst] =
+constexpr std::array<std::uint16_t, kGuessEnd - kGuessFirst> make_rsqrt_guesses() {
+    std::array<std::uint16_t, kGuessEnd - kGuessFirst> t{};
+    for (unsigned i = kGuessFirst; i < kGuessEnd; ++i) {
+        t[i - kGuessFirst] =
             static_cast<std::uint16_t>(isqrt_floor((std::uint64_t{1} << 40) / (2 * i + 1)));
     }
     return t;
 }
 
-constexpr std::array<std::uint16_t, kSeedEnd - kSeedFirst> kRsqrtSeeds = make_rsqrt_seeds();
+constexpr std::array<std::uint16_t, kGuessEnd - kGuessFirst> kRsqrtGuesses = make_rsqrt_guesses();
 
 // round(sqrt(n)) for 0 < n < 2^62.
 std::uint64_t sqrt_rounded(std::uint64_t n) {
@@ -64,9 +64,10 @@ std::uint64_t sqrt_rounded(std::uint64_t n) {
     // f = m / 2^64 in [1/4, 1), its leading 32 bits as Q32.
     const std::uint64_t f = m >> 32;
 
-    // y ~ 1/sqrt(f) in Q30 (y in (1, 2]): the seed, then one Newton step
-    // y' = y (3 - f y^2) / 2.
-    const std::uint64_t y0 = std::uint64_t{kRsqrtSeeds[(f >> (32 - kSeedBits)) - kSeedFirst]} << 15;
+    // y ~ 1/sqrt(f) in Q30 (y in (1, 2]): the table estimate, then one
+    // Newton step y' = y (3 - f y^2) / 2.
+    const unsigned lead = static_cast<unsigned>(f >> (32 - kGuessBits));
+    const std::uint64_t y0 = std::uint64_t{kRsqrtGuesses[lead - kGuessFirst]} << 15;
     const std::uint64_t y0_sq = (y0 * y0) >> 30;
     const std::uint64_t f_y0_sq = (f * y0_sq) >> 32;
     const std::uint64_t y1 = (y0 * ((std::uint64_t{3} << 30) - f_y0_sq)) >> 31;
