@@ -8,7 +8,8 @@ header=$2
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
 
-nm -D --defined-only "$lib" | awk '{print $NF}' | sed 's/@.*//' | sort -u >"$tmp/exported"
+# AddressSanitizer adds __odr_asan.* markers for exported data; they are not ours.
+nm -D --defined-only "$lib" | awk '{print $NF}' | sed 's/@.*//' | grep -v '^__odr_asan' | sort -u >"$tmp/exported"
 # The preprocessor drops the comments and marks the exported declarations;
 # a declaration may span lines, so each is joined up to its ';' first.
 cc -E -P -x c -D'VIEWGEO_API=VIEWGEO_EXPORTED' "$header" |

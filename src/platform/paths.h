@@ -21,7 +21,9 @@ std::string resolve(const char *path);
 
 #ifdef VIEWGEO_TEST_SEAM
 // Test build only: every path resolves below `root` ("" restores the real
-// paths). Not compiled into the installed library.
+// paths). The root starts as the environment variable VIEWGEO_TEST_ROOT (for
+// the test copy of the command-line tool). None of this is compiled into the
+// installed library.
 void set_test_root(const std::string &root);
 #endif
 

@@ -1,0 +1,225 @@
+// The command-line tool as users run it: its output agrees with the library,
+// and bad arguments give one line of error and a non-zero status.
+#include <cstdio>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "cli/tool_runner.h"
+#include "support/temp_root.h"
+#include "viewgeo.h"
+
+namespace viewgeo::testing {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+std::string fixed6(float v) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%.6f", static_cast<double>(v));
+    return text;
+}
+
+// The camera most tests use, as a context and as tool options.
+constexpr const char *kCamera = "--size 1920x1080 --hfov 60 --pan 10 --tilt -20 --lens rectilinear";
+
+viewgeo_context *make_camera() {
+    viewgeo_context *ctx = viewgeo_context_create();
+    viewgeo_set_pic_dim(ctx, 1920, 1080);
+    viewgeo_set_horiz_fov_f(ctx, 60.0f);
+    viewgeo_set_pantilt_f(ctx, 10.0f, -20.0f);
+    viewgeo_set_projection_type(ctx, 2);
+    return ctx;
+}
+
+int count_lines(const std::string &text) {
+    int n = 0;
+    for (const char c : text) n += c == '\n';
+    return n;
+}
+
+class Tool : public ::testing::Test {
+protected:
+    ToolResult run(const std::string &args, const std::string &input = "") {
+        return run_tool(args, root_.real(""), input);
+    }
+    TempRoot root_;
+};
+
+TEST_F(Tool, PixelToPanTiltMatchesTheLibrary) {
+    viewgeo_context *ctx = make_camera();
+    float pan = 0, tilt = 0;
+    viewgeo_to_ptz_f(ctx, &pan, &tilt, 1200, 300);
+    viewgeo_context_delete(ctx);
+    const ToolResult r = run(std::string("to-ptz 1200 300 ") + kCamera);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "pan " + fixed6(pan) + "  tilt " + fixed6(tilt) + "\n");
+}
+
+TEST_F(Tool, RelativeFixedPointPrintsTheQ16Words) {
+    viewgeo_context *ctx = make_camera();
+    int32_t pan = 0, tilt = 0;
+    viewgeo_to_ptz_x_rel(ctx, &pan, &tilt, 100, 900);
+    viewgeo_context_delete(ctx);
+    const ToolResult r = run(std::string("--json to-ptz 100 900 --rel --fixed ") + kCamera);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_THAT(r.out, HasSubstr("\"pan_q16\": " + std::to_string(pan)));
+    EXPECT_THAT(r.out, HasSubstr("\"tilt_q16\": " + std::to_string(tilt)));
+}
+
+TEST_F(Tool, PanTiltToPixelMatchesTheLibraryInBothForms) {
+    viewgeo_context *ctx = make_camera();
+    int32_t x = 0, y = 0, xq = 0, yq = 0;
+    viewgeo_to_pixel_f(ctx, &x, &y, 15.0f, -25.0f);
+    viewgeo_to_pixel_x(ctx, &xq, &yq, 15 * 65536, -25 * 65536);
+    viewgeo_context_delete(ctx);
+    ToolResult r = run(std::string("--json to-pixel 15 -25 ") + kCamera);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "{\"x\": " + std::to_string(x) + ", \"y\": " + std::to_string(y) + "}\n");
+    r = run(std::string("to-pixel 15 -25 --fixed ") + kCamera);
+    EXPECT_EQ(r.out, "x " + std::to_string(xq) + "  y " + std::to_string(yq) + "\n");
+}
+
+TEST_F(Tool, UtilitiesPrintTheirResults) {
+    EXPECT_EQ(run("pan-delta 170 -170").out, "delta 20.000000\n");
+    EXPECT_EQ(run("wrap-pan 600").out, "pan 240.000000\n");
+    EXPECT_EQ(run("great-circle 0 0 90 0").out, "angle " + fixed6(viewgeo_get_great_circle(0, 0, 90, 0)) + "\n");
+    float a = 0, b = 0;
+    viewgeo_get_zoom_fov(2.0f, 60.0f, 2.0f, &a, &b);
+    EXPECT_EQ(run("--json zoom-fov 2 60 2").out,
+              "{\"fov_a\": " + [&] {
+                  char t[32];
+                  std::snprintf(t, sizeof t, "%.9g", static_cast<double>(a));
+                  return std::string(t);
+              }() + ", \"fov_b\": " + [&] {
+                  char t[32];
+                  std::snprintf(t, sizeof t, "%.9g", static_cast<double>(b));
+                  return std::string(t);
+              }() + "}\n");
+    const int32_t m = viewgeo_get_zoom_magnification(30 * 65536, 60 * 65536);
+    EXPECT_THAT(run("magnification 30 60").out, HasSubstr("(Q16.16 " + std::to_string(m) + ")"));
+}
+
+TEST_F(Tool, MisalignmentFromCommandLineTexts) {
+    // 1000 pan steps a turn, optical pan offset -10 steps at zoom 1: 3.6 degrees.
+    const ToolResult r = run("--json mo-offset --zoom 1 --tilt 0 --optical '1,-10,0;100,-10,0' --mechanical 0,0 "
+                             "--pan-steps 1000 --tilt-steps 1000");
+    EXPECT_EQ(r.status, 0) << r.err;
+    // (10 steps x 360) / 1000 = 3.6 in single precision, 235929.6 rounded.
+    EXPECT_THAT(r.out, HasSubstr("\"pan_offset_q16\": 235930"));
+    EXPECT_THAT(r.out, HasSubstr("\"tilt_offset\": 0,"));
+}
+
+TEST_F(Tool, MisalignmentTextThatDoesNotScanIsAnError) {
+    const ToolResult r = run("mo-offset --optical '1,0,0;' --mechanical 0,0 --pan-steps 10 --tilt-steps 10");
+    EXPECT_NE(r.status, 0);
+    EXPECT_EQ(count_lines(r.err), 1);
+    EXPECT_THAT(r.err, HasSubstr("--optical"));
+}
+
+TEST_F(Tool, BatchModeAnswersOneLinePerQuery) {
+    const ToolResult r = run("--json batch", "pan-delta 0 180.5\n# a comment\n\nwrap-pan 180.5\n");
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "{\"delta\": 179.5}\n{\"pan\": -179.5}\n");
+}
+
+TEST_F(Tool, BatchModeReportsABadLineAndGoesOn) {
+    const ToolResult r = run("batch", "wrap-pan 10\nwrap-pan\nwrap-pan 20\n");
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, "pan 10.000000\nerror\npan 20.000000\n");
+    EXPECT_THAT(r.err, StartsWith("viewgeo: line 2: "));
+    EXPECT_EQ(count_lines(r.err), 1);
+}
+
+struct BadArguments {
+    const char *args;
+    const char *named;  // what the error message must name
+};
+
+void PrintTo(const BadArguments &bad, std::ostream *os) { *os << "viewgeo " << bad.args; }
+
+class ToolBadArguments : public Tool, public ::testing::WithParamInterface<BadArguments> {};
+
+TEST_P(ToolBadArguments, GiveOneLineNamingTheArgumentAndFail) {
+    const ToolResult r = run(GetParam().args);
+    EXPECT_NE(r.status, 0);
+    EXPECT_NE(r.status, 128 + 11) << "crashed";
+    EXPECT_EQ(count_lines(r.err), 1) << r.err;
+    EXPECT_THAT(r.err, HasSubstr(GetParam().named));
+    EXPECT_EQ(r.out, "");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Tool, ToolBadArguments,
+    ::testing::Values(BadArguments{"to-ptz 10", "y"}, BadArguments{"to-ptz ten 10", "x"},
+                      BadArguments{"to-ptz 1 2 --size 1920by1080", "--size"},
+                      BadArguments{"to-ptz 1 2 --size 0x1080", "--size"},
+                      BadArguments{"to-ptz 1 2 --size 99999x1080", "--size"},
+                      BadArguments{"to-ptz 1 2 --lens fisheye", "--lens"},
+                      BadArguments{"to-ptz 1 2 --hfov wide", "--hfov"},
+                      BadArguments{"to-pixel 1 2 --rot", "--rot"}, BadArguments{"no-such-command", "no-such-command"},
+                      BadArguments{"zoom-fov 0 60 2", "zoom"}, BadArguments{"magnification 0 60", "fov_a"},
+                      BadArguments{"grid --svg /nonexistent-dir/x.svg", "--svg"},
+                      BadArguments{"grid --svg x.svg --step 0", "--step"}, BadArguments{"", "subcommand"}),
+    [](const ::testing::TestParamInfo<BadArguments> &info) { return "Case" + std::to_string(info.index); });
+
+TEST_F(Tool, EverySubcommandHasHelp) {
+    for (const char *command : {"to-ptz", "to-pixel", "pan-delta", "great-circle", "zoom-fov", "magnification",
+                                "wrap-pan", "mo-offset", "mo-compensate", "grid", "batch"}) {
+        const ToolResult r = run(std::string(command) + " --help");
+        EXPECT_EQ(r.status, 0) << command;
+        EXPECT_THAT(r.out, HasSubstr("Usage")) << command;
+    }
+}
+
+// Tags open and close in order; attributes are quoted. Enough to catch a
+// broken writer without an XML library.
+bool well_formed(const std::string &xml) {
+    std::vector<std::string> open;
+    const std::regex tag(R"(<(/?)([A-Za-z?][A-Za-z0-9:-]*)((?:\s+[A-Za-z:-]+="[^"<]*")*)\s*(/?|\?)>)");
+    std::size_t consumed = 0;
+    for (auto it = std::sregex_iterator(xml.begin(), xml.end(), tag); it != std::sregex_iterator(); ++it) {
+        const std::smatch &m = *it;
+        const std::string between = xml.substr(consumed, static_cast<std::size_t>(m.position()) - consumed);
+        if (between.find('<') != std::string::npos) return false;  // a tag the pattern could not read
+        consumed = static_cast<std::size_t>(m.position() + m.length());
+        const std::string name = m[2];
+        if (name[0] == '?' || m[4] == "/") continue;
+        if (m[1] == "/") {
+            if (open.empty() || open.back() != name) return false;
+            open.pop_back();
+        } else {
+            open.push_back(name);
+        }
+    }
+    return open.empty() && xml.find('<', consumed) == std::string::npos;
+}
+
+TEST_F(Tool, GridDrawsTheVisibleLinesAsWellFormedSvg) {
+    // A level camera looking along pan 0 sees pans -25, 0 and 25 inside its
+    // 60 degree width and, of the tilts every 25 degrees, only the horizon.
+    const std::string svg = root_.real("/grid.svg");
+    const ToolResult r =
+        run("grid --svg '" + svg + "' --step 25 --size 1920x1080 --hfov 60 --pan 0 --tilt 0 --lens rectilinear");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "svg " + svg + "  pan_lines 3  tilt_lines 1\n");
+    const std::string xml = root_.read("/grid.svg");
+    EXPECT_TRUE(well_formed(xml));
+    const std::regex path("<path class=\"(pan|tilt)\"");
+    EXPECT_EQ(std::distance(std::sregex_iterator(xml.begin(), xml.end(), path), std::sregex_iterator()), 4);
+    EXPECT_THAT(xml, HasSubstr("data-label=\"-25\""));
+    EXPECT_THAT(xml, HasSubstr("<rect class=\"frame\""));
+}
+
+TEST(WellFormed, RejectsBrokenXml) {
+    EXPECT_TRUE(well_formed("<a><b x=\"1\"/></a>"));
+    EXPECT_FALSE(well_formed("<a><b></a>"));
+    EXPECT_FALSE(well_formed("<a x=1></a>"));
+}
+
+}  // namespace
+}  // namespace viewgeo::testing

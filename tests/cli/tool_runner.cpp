@@ -1,0 +1,36 @@
+#include "cli/tool_runner.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <sys/wait.h>
+
+namespace viewgeo::testing {
+
+namespace {
+std::string slurp(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+}  // namespace
+
+ToolResult run_tool(const std::string &args, const std::string &root, const std::string &input) {
+    const std::string in_path = root + "/.tool-stdin";
+    const std::string out_path = root + "/.tool-stdout";
+    const std::string err_path = root + "/.tool-stderr";
+    std::ofstream(in_path, std::ios::binary) << input;
+    const std::string command = "VIEWGEO_TEST_ROOT='" + root + "' '" VIEWGEO_TOOL_PATH "' " + args + " <'" + in_path +
+                                "' >'" + out_path + "' 2>'" + err_path + "'";
+    const int raw = std::system(command.c_str());
+    ToolResult result;
+    result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + (WIFSIGNALED(raw) ? WTERMSIG(raw) : 0);
+    result.out = slurp(out_path);
+    result.err = slurp(err_path);
+    return result;
+}
+
+}  // namespace viewgeo::testing

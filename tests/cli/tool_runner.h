@@ -1,0 +1,18 @@
+// Runs the test copy of the command-line tool and captures what it prints.
+#pragma once
+
+#include <string>
+
+namespace viewgeo::testing {
+
+struct ToolResult {
+    int status = -1;     // exit status
+    std::string out;     // standard output
+    std::string err;     // standard error
+};
+
+// Runs `viewgeo ARGS` (a shell-quoted argument string) with `input` on its
+// standard input and its files below `root` (a real directory).
+ToolResult run_tool(const std::string &args, const std::string &root, const std::string &input = "");
+
+}  // namespace viewgeo::testing

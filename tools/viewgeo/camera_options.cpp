@@ -1,0 +1,47 @@
+#include <cerrno>
+#include <cstdlib>
+
+#include "session.h"
+
+namespace viewgeo::tool {
+
+std::pair<std::int32_t, std::int32_t> parse_size(const std::string &text) {
+    const std::size_t cut = text.find('x');
+    auto number = [&](const std::string &part) -> std::int32_t {
+        if (part.empty() || part.find_first_not_of("0123456789") != std::string::npos || part.size() > 5)
+            throw CLI::ValidationError("--size", "expected WIDTHxHEIGHT in pixels (1 to 32767), got '" + text + "'");
+        const long value = std::strtol(part.c_str(), nullptr, 10);
+        if (value < 1 || value > 32767)
+            throw CLI::ValidationError("--size", "expected WIDTHxHEIGHT in pixels (1 to 32767), got '" + text + "'");
+        return static_cast<std::int32_t>(value);
+    };
+    if (cut == std::string::npos)
+        throw CLI::ValidationError("--size", "expected WIDTHxHEIGHT in pixels (1 to 32767), got '" + text + "'");
+    return {number(text.substr(0, cut)), number(text.substr(cut + 1))};
+}
+
+void CameraOptions::add_to(CLI::App &command) {
+    command.add_option("--size", size, "picture size in pixels, WIDTHxHEIGHT")->capture_default_str();
+    command.add_option("--hfov", hfov, "horizontal field of view, degrees")->capture_default_str();
+    command.add_option("--vfov", vfov, "vertical field of view, degrees (default: from the aspect)");
+    command.add_option("--pan", pan, "camera pan, degrees")->capture_default_str();
+    command.add_option("--tilt", tilt, "camera tilt, degrees, positive up")->capture_default_str();
+    command.add_option("--rot", rot, "picture rotation: 0, 90, 180, 270")->capture_default_str();
+    command.add_option("--lens", lens, "lens model (default: the system's)")
+        ->check(CLI::IsMember({"rectilinear", "equidistant", "sine"}));
+    command.add_flag("--dewarp", dewarp, "dewarped picture (linear mode of the fixed-point relative form)");
+}
+
+Context CameraOptions::make_context() const {
+    const auto [width, height] = parse_size(size);
+    Context ctx;
+    ctx.set_picture(width, height).set_horiz_fov(hfov).set_pantilt(PanTilt{pan, tilt}).set_rotation(rot);
+    if (vfov) ctx.set_vert_fov(*vfov);
+    if (lens) {
+        ctx.set_lens(*lens == "sine" ? Lens::Sine : *lens == "equidistant" ? Lens::Equidistant : Lens::Rectilinear);
+    }
+    ctx.set_dewarp(dewarp);
+    return ctx;
+}
+
+}  // namespace viewgeo::tool

@@ -1,0 +1,69 @@
+// What every subcommand of the tool shares: the output format and the
+// camera described on the command line.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "viewgeo.hpp"
+
+namespace viewgeo::tool {
+
+// The camera options, in the words users think in.
+struct CameraOptions {
+    std::string size = "1920x1080";
+    float hfov = 60.0f;
+    std::optional<float> vfov;
+    float pan = 0.0f;
+    float tilt = 0.0f;
+    std::int32_t rot = 0;
+    std::optional<std::string> lens;  // rectilinear, equidistant or sine
+    bool dewarp = false;
+
+    // Adds --size, --hfov, --vfov, --pan, --tilt, --rot, --lens, --dewarp.
+    void add_to(CLI::App &command);
+    // A context describing this camera.
+    Context make_context() const;
+};
+
+// One result: named values, printed as "name value" pairs or as JSON.
+class Report {
+public:
+    Report &add(const std::string &name, double value, int decimals = 6);
+    Report &add_int(const std::string &name, std::int64_t value);
+    Report &add_text(const std::string &name, const std::string &value);
+    // A Q16.16 word: its value in degrees and, in the text form, the word.
+    Report &add_q16(const std::string &name, Q16 value);
+    std::string text() const;
+    std::string json() const;
+
+private:
+    struct Field {
+        std::string name;
+        std::string text;  // as printed for people
+        std::string json;  // as a JSON value
+    };
+    std::vector<Field> fields_;
+};
+
+struct Session {
+    bool json = false;
+    std::vector<std::string> output;  // the lines a command printed
+
+    void print(const Report &report) { output.push_back(json ? report.json() : report.text()); }
+};
+
+// Parses "WIDTHxHEIGHT"; throws CLI::ValidationError naming --size.
+std::pair<std::int32_t, std::int32_t> parse_size(const std::string &text);
+
+// The subcommand families.
+void add_projection_commands(CLI::App &app, Session &session);
+void add_utility_commands(CLI::App &app, Session &session);
+void add_misalignment_commands(CLI::App &app, Session &session);
+void add_grid_command(CLI::App &app, Session &session);
+
+}  // namespace viewgeo::tool
