@@ -65,6 +65,8 @@ bool file_exists(const char *logical) {
     return fsys::exists(fsys::symlink_status(real(logical), ignored));
 }
 
+std::string real_path(const char *logical) { return real(logical); }
+
 void remove_file(const char *logical) {
     std::error_code ignored;
     fsys::remove(real(logical), ignored);

@@ -20,6 +20,8 @@ void write_file(const char *logical, const std::string &text);
 // The whole content; "" when the file cannot be read.
 std::string read_file(const char *logical);
 bool file_exists(const char *logical);
+// The real path below the private root of a logical absolute path.
+std::string real_path(const char *logical);
 void remove_file(const char *logical);
 
 // Prints the failed property and aborts, which the fuzzer reports as a crash
