@@ -185,21 +185,39 @@ VIEWGEO_API void viewgeo_to_ptz_x_rel(const viewgeo_context *ctx, int32_t *pan, 
  * Angle and zoom utilities (no context, no state)
  * ------------------------------------------------------------------------ */
 
-/** Unsigned distance between two pans (degrees), in [0, 180] for pans less than 360 apart. */
+/**
+ * Unsigned distance between two pans (degrees): the difference folded once
+ * across +-180, so in [0, 180] for pans less than 360 apart (more gives a
+ * negative value). NaN gives NaN.
+ */
 VIEWGEO_API float viewgeo_get_pan_delta(float pan_a, float pan_b);
-/** Q16.16 form of viewgeo_get_pan_delta(). */
+/** Q16.16 form of viewgeo_get_pan_delta(); differences wrap in 32 bits. */
 VIEWGEO_API int32_t viewgeo_get_pan_delta_x(int32_t pan_a, int32_t pan_b);
-/** Angle between two pan/tilt directions (degrees); identical directions may give NaN. */
+/**
+ * Angle in [0, 180] degrees between two pan/tilt directions (degrees). The
+ * cosine is not clamped: identical directions give 0, about 1e-6 or NaN.
+ */
 VIEWGEO_API float viewgeo_get_great_circle(float pan_a, float tilt_a, float pan_b, float tilt_b);
-/** Q16.16 form of viewgeo_get_great_circle(). */
+/** Q16.16 form of viewgeo_get_great_circle(), from fixed-point sines and cosines. */
 VIEWGEO_API int32_t viewgeo_get_great_circle_x(int32_t pan_a, int32_t tilt_a, int32_t pan_b, int32_t tilt_b);
-/** tan(fov_b / 2) / tan(fov_a / 2) in Q16.16; fields in Q16.16 degrees, fov_a must not be 0. */
+/**
+ * tan(fov_b / 2) / tan(fov_a / 2) in Q16.16, above 1.0 when fov_b is wider;
+ * fields in Q16.16 degrees. fov_a must not be 0: a zero divisor gives
+ * INT32_MAX (INT32_MIN for a negative quotient, 0 for 0 / 0).
+ */
 VIEWGEO_API int32_t viewgeo_get_zoom_magnification(int32_t fov_a, int32_t fov_b);
-/** Field of view (degrees) after zoom factor zoom_a, and after zoom_a then zoom_b. */
+/**
+ * Fields of view (degrees) after zoom factor zoom_a, 2 atan(tan(fov / 2) /
+ * zoom_a), and after zoom_a then zoom_b. Zoom factors must not be 0 (a zero
+ * one gives 180 degrees, or NaN with a zero field of view).
+ */
 VIEWGEO_API void viewgeo_get_zoom_fov(float zoom_a, float fov, float zoom_b, float *fov_a_out, float *fov_b_out);
-/** Q16.16 form of viewgeo_get_zoom_fov(); zoom factors must not be 0. */
+/**
+ * Q16.16 form of viewgeo_get_zoom_fov(), all values Q16.16. Zoom factors
+ * must not be 0: a zero one saturates the tangent, giving about 180 degrees.
+ */
 VIEWGEO_API void viewgeo_get_zoom_fov_x(int32_t zoom_a, int32_t fov, int32_t zoom_b, int32_t *fov_a_out, int32_t *fov_b_out);
-/** Brings a pan (degrees) into [-180, 180] by one turn at most. */
+/** Pan (degrees) brought into [-180, 180] by one turn at most; beyond +-540 it stays outside. */
 VIEWGEO_API float viewgeo_wrap_pan(float pan);
 
 /* ------------------------------------------------------------------------
@@ -217,15 +235,26 @@ VIEWGEO_API int viewgeo_set_misalignment_data(viewgeo_context *ctx);
 
 /**
  * Misalignment offset (Q16.16 degrees) at a zoom (table unit, Q16.16) and a
- * tilt (Q16.16 degrees). Reads /var/run/ptz/mo_data_file while it has not
- * been read yet (mo_state 0). Zero offsets when no data is loaded. A table
- * of a single entry is constant; a step count of 0 gives a zero offset.
+ * tilt (Q16.16 degrees): the table interpolated at the zoom (extrapolated
+ * below the first key, clamped above the last), motor steps turned into
+ * degrees by the rotation step counts. Zero within 5 degrees of either pole
+ * (tilt in [-95, -85] or [85, 95]), faded linearly between 5 and 20 degrees
+ * off the nadir. Reads /var/run/ptz/mo_data_file while it has not been read
+ * yet (mo_state 0), so it may change the context. Zero offsets when no data
+ * is loaded or the table is empty. Degenerate data: a table of a single
+ * entry is constant, two entries with the same key give the later entry's
+ * offsets, a step count of 0 gives a zero offset on that axis.
  */
 VIEWGEO_API void viewgeo_get_misalignment_offset(viewgeo_context *ctx, int32_t zoom, int32_t tilt, int32_t *pan_offset, int32_t *tilt_offset);
 /**
- * Applies the misalignment offset at `zoom` to a pan/tilt (Q16.16 degrees),
- * as it is when add is nonzero, negated when add is 0. Returns the tilt
- * written to tilt_out. May read the data file like the offset query.
+ * Applies the misalignment offset at `zoom` and `tilt` to a pan/tilt (Q16.16
+ * degrees), as it is when add is nonzero, negated when add is 0: added
+ * within 0.5 degrees of the horizon and of tilt +-180, rotated on the sphere
+ * elsewhere; each result angle is brought back by one turn when beyond
+ * +-180, and a pan that moved by more than 90 degrees is flipped back to
+ * the input's side of the zenith (its tilt reflected about -90). Offsets under 0.01 degrees leave the input as it is,
+ * exactly below 128 degrees (above, a word can move by one unit). Returns
+ * the tilt written to tilt_out. May read the data file like the offset query.
  */
 VIEWGEO_API int32_t viewgeo_compensate_misalignment_offset(viewgeo_context *ctx, int32_t zoom, int add, int32_t pan, int32_t tilt, int32_t *pan_out, int32_t *tilt_out);
 

@@ -3,8 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <optional>
-#include <string>
+#include <memory>
 
 #include "misalign/misalignment_text.h"
 #include "platform/fs.h"
@@ -16,33 +15,39 @@ namespace viewgeo {
 namespace {
 
 constexpr const char *kLoadFailed = "Failed to load misalignment data at %s.";
+// What a file without one of the two texts stands for: no optical offset
+// between zoom 1 and zoom 100, no mechanical offset.
+constexpr const char *kDefaultOptical = "1,0,0;100,0,0";
+constexpr const char *kDefaultMechanical = "0,0";
 
-bool optical_text_scans(const char *text) {
-    return for_each_optical_piece(text, [](std::string_view piece_view) {
-        const std::string piece(piece_view);
-        float zoom;
-        int pan;
-        int tilt;
-        return scan_optical_piece(piece.c_str(), &zoom, &pan, &tilt);
-    });
-}
+struct FreeText {
+    void operator()(char *text) const { std::free(text); }
+};
+using OwnedText = std::unique_ptr<char, FreeText>;
 
-// Replaces an owned C string of the context with a copy of `text`.
-bool replace_text(char *&field, const std::string &text) {
-    char *copy = strdup(text.c_str());
-    if (copy == nullptr) return false;
-    std::free(field);
-    field = copy;
-    return true;
-}
+struct FreeParser {
+    void operator()(inikit *parser) const { inikit_free(parser); }
+};
 
+// What the file says. No exceptions: the loader runs inside C entry points,
+// so a copy that fails is recorded rather than thrown.
 struct FileContents {
     bool valid = true;
-    std::optional<std::string> mechanical;
-    std::optional<std::string> optical;
+    bool out_of_memory = false;
+    OwnedText mechanical;
+    OwnedText optical;
     int pan_steps = 0;
     int tilt_steps = 0;
 };
+
+void keep_copy(OwnedText &field, const char *value, FileContents &out) {
+    char *copy = strdup(value);
+    if (copy == nullptr) {
+        out.out_of_memory = true;
+        return;
+    }
+    field.reset(copy);  // a later occurrence replaces an earlier one
+}
 
 void take_entry(const inikit_entry &entry, FileContents &out) {
     const char *key = entry.key;
@@ -52,14 +57,14 @@ void take_entry(const inikit_entry &entry, FileContents &out) {
         int pan;
         int tilt;
         if (scan_mechanical_offset(value, &pan, &tilt)) {
-            out.mechanical = value;
+            keep_copy(out.mechanical, value, out);
         } else {
             out.valid = false;
         }
     } else if (std::strcmp(key, "PTZCAL_OPT_OFFSET") == 0) {
         if (value[0] == '\0') return;
         if (optical_text_scans(value)) {
-            out.optical = value;
+            keep_copy(out.optical, value, out);
         } else {
             out.valid = false;
         }
@@ -70,6 +75,15 @@ void take_entry(const inikit_entry &entry, FileContents &out) {
     }
 }
 
+// Replaces an owned C string of the context with a copy of `text`.
+bool replace_text(char *&field, const char *text) {
+    char *copy = strdup(text);
+    if (copy == nullptr) return false;
+    std::free(field);
+    field = copy;
+    return true;
+}
+
 }  // namespace
 
 void load_misalignment_data(viewgeo_context *ctx) {
@@ -78,28 +92,28 @@ void load_misalignment_data(viewgeo_context *ctx) {
     if (!platform::fs::exists(path)) return;
 
     ctx->mo_state = 1;
-    inikit *parser = inikit_new();
-    if (parser == nullptr || !inikit_load_cfg(parser, path)) {
-        inikit_free(parser);
-        platform::log_error(kLoadFailed, path);
-        ctx->mo_state = 2;
-        return;
-    }
     FileContents contents;
-    while (const inikit_entry *entry = inikit_get_next_cfg(parser)) {
-        if (entry->value == nullptr) continue;
-        take_entry(*entry, contents);
+    {
+        const std::unique_ptr<inikit, FreeParser> parser(inikit_new());
+        if (parser == nullptr || !inikit_load_cfg(parser.get(), path)) {
+            platform::log_error(kLoadFailed, path);
+            ctx->mo_state = 2;
+            return;
+        }
+        while (const inikit_entry *entry = inikit_get_next_cfg(parser.get())) {
+            if (entry->value == nullptr) continue;
+            take_entry(*entry, contents);
+        }
     }
-    inikit_free(parser);
     // A warning only: whatever was valid is still used.
     if (!contents.valid) platform::log_error(kLoadFailed, path);
 
-    if (!contents.mechanical && !contents.optical) {
+    if (contents.out_of_memory || (!contents.mechanical && !contents.optical)) {
         ctx->mo_state = 2;
         return;
     }
-    const std::string optical = contents.optical.value_or("1,0,0;100,0,0");
-    const std::string mechanical = contents.mechanical.value_or("0,0");
+    const char *optical = contents.optical ? contents.optical.get() : kDefaultOptical;
+    const char *mechanical = contents.mechanical ? contents.mechanical.get() : kDefaultMechanical;
     if (!replace_text(ctx->mo_opt_offset, optical) || !replace_text(ctx->mo_mech_offset, mechanical)) {
         ctx->mo_state = 2;
         return;

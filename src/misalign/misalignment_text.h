@@ -1,9 +1,8 @@
 // The two calibration texts of the misalignment data:
 //   mechanical offset "pan,tilt"            (motor steps, "%d,%d")
 //   optical offset    "zoom,pan,tilt;..."   (each piece "%f,%d,%d")
+// Nothing here throws: the texts come through C entry points.
 #pragma once
-
-#include <string_view>
 
 namespace viewgeo {
 
@@ -13,17 +12,15 @@ bool scan_mechanical_offset(const char *text, int *pan, int *tilt);
 // Scans one optical piece; false unless three values convert.
 bool scan_optical_piece(const char *piece, float *zoom, int *pan, int *tilt);
 
-// Calls visit(piece) for each ";"-separated piece of `text`, in order,
-// keeping empty pieces (so "a;" has the pieces "a" and ""). Stops and returns
-// false as soon as visit returns false.
-template <typename Visit>
-bool for_each_optical_piece(std::string_view text, Visit visit) {
-    for (;;) {
-        const std::size_t cut = text.find(';');
-        if (!visit(text.substr(0, cut))) return false;
-        if (cut == std::string_view::npos) return true;
-        text.remove_prefix(cut + 1);
-    }
-}
+// Cuts the next ";"-separated piece off *rest, in place: the ";" becomes a
+// NUL, *rest moves past it, and after the last piece *rest becomes null.
+// Empty pieces are kept ("a;" has the pieces "a" and ""), as the calibration
+// writer's own reader does, so a trailing ";" makes a text fail to scan.
+char *cut_piece(char **rest);
+
+// True when every piece of an optical text scans (an empty text has one
+// empty piece and fails). Works on a private copy; false when no copy can
+// be made.
+bool optical_text_scans(const char *text);
 
 }  // namespace viewgeo

@@ -1,0 +1,270 @@
+// viewgeo.hpp - a header-only C++ layer over the C interface of viewgeo.h.
+//
+// RAII owners for the contexts, small value types for directions and pixels,
+// and a Q16.16 value type whose conversions are explicit. Every call goes to
+// the C functions, so results are the same bits as from C.
+#ifndef VIEWGEO_HPP
+#define VIEWGEO_HPP
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <optional>
+#include <string>
+
+#include "viewgeo.h"
+
+namespace viewgeo {
+
+// A Q16.16 fixed-point number: the word w stands for w / 65536.
+class Q16 {
+public:
+    constexpr Q16() = default;
+    // The word as it stands (no scaling).
+    static constexpr Q16 from_raw(std::int32_t word) {
+        Q16 q;
+        q.word_ = word;
+        return q;
+    }
+    // Rounded to the nearest word by the library's own rule (the one its float
+    // setters use), through a context on the stack that is never created.
+    static Q16 from_float(float value) {
+        viewgeo_context probe{};
+        viewgeo_set_horiz_fov_f(&probe, value);
+        return from_raw(probe.horiz_fov);
+    }
+    constexpr std::int32_t raw() const { return word_; }
+    // The word as float by the library's own conversion (its getters' rule).
+    explicit operator float() const {
+        viewgeo_context probe{};
+        viewgeo_set_horiz_fov_x(&probe, word_);
+        float value = 0.0f;
+        viewgeo_get_horiz_fov_f(&probe, &value);
+        return value;
+    }
+    constexpr bool operator==(const Q16 &) const = default;
+
+private:
+    std::int32_t word_ = 0;
+};
+
+// A direction in degrees (tilt positive up).
+struct PanTilt {
+    float pan = 0.0f;
+    float tilt = 0.0f;
+    bool operator==(const PanTilt &) const = default;
+};
+
+// A direction in Q16.16 degrees.
+struct PanTiltQ16 {
+    Q16 pan;
+    Q16 tilt;
+    bool operator==(const PanTiltQ16 &) const = default;
+};
+
+// A pixel: origin top-left, y down.
+struct Pixel {
+    std::int32_t x = 0;
+    std::int32_t y = 0;
+    bool operator==(const Pixel &) const = default;
+};
+
+// Lens models of the view context.
+enum class Lens : std::int32_t { Sine = 0, Equidistant = 1, Rectilinear = 2 };
+
+// Owns a viewgeo_context. Creation reads the lens-model flag file and the
+// misalignment data like viewgeo_context_create(); it throws std::bad_alloc
+// when the library is out of memory.
+class Context {
+public:
+    Context() : ctx_(viewgeo_context_create()) {
+        if (!ctx_) throw std::bad_alloc();
+    }
+
+    viewgeo_context *get() { return ctx_.get(); }
+    const viewgeo_context *get() const { return ctx_.get(); }
+
+    // Parameters.
+    Context &set_pantilt(PanTilt pt) {
+        viewgeo_set_pantilt_f(get(), pt.pan, pt.tilt);
+        return *this;
+    }
+    Context &set_pantilt(PanTiltQ16 pt) {
+        viewgeo_set_pantilt_x(get(), pt.pan.raw(), pt.tilt.raw());
+        return *this;
+    }
+    PanTilt pantilt() const {
+        PanTilt pt;
+        viewgeo_get_pantilt_f(get(), &pt.pan, &pt.tilt);
+        return pt;
+    }
+    PanTiltQ16 pantilt_q16() const {
+        std::int32_t pan = 0, tilt = 0;
+        viewgeo_get_pantilt_x(get(), &pan, &tilt);
+        return {Q16::from_raw(pan), Q16::from_raw(tilt)};
+    }
+    Context &set_horiz_fov(float degrees) {
+        viewgeo_set_horiz_fov_f(get(), degrees);
+        return *this;
+    }
+    Context &set_horiz_fov(Q16 degrees) {
+        viewgeo_set_horiz_fov_x(get(), degrees.raw());
+        return *this;
+    }
+    float horiz_fov() const {
+        float fov = 0.0f;
+        viewgeo_get_horiz_fov_f(get(), &fov);
+        return fov;
+    }
+    // Once set, the vertical field of view no longer follows the aspect.
+    Context &set_vert_fov(float degrees) {
+        viewgeo_set_vert_fov_f(get(), degrees);
+        return *this;
+    }
+    Context &set_vert_fov(Q16 degrees) {
+        viewgeo_set_vert_fov_x(get(), degrees.raw());
+        return *this;
+    }
+    float vert_fov() const {
+        float fov = 0.0f;
+        viewgeo_get_vert_fov_f(get(), &fov);
+        return fov;
+    }
+    Q16 vert_fov_q16() const {
+        std::int32_t fov = 0;
+        viewgeo_get_vert_fov_x(get(), &fov);
+        return Q16::from_raw(fov);
+    }
+    Context &set_picture(std::int32_t width, std::int32_t height) {
+        viewgeo_set_pic_dim(get(), width, height);
+        return *this;
+    }
+    Pixel picture_size() const {
+        Pixel size;
+        viewgeo_get_pic_dim(get(), &size.x, &size.y);
+        return size;
+    }
+    Context &set_rotation(std::int32_t degrees) {
+        viewgeo_set_pic_rot(get(), degrees);
+        return *this;
+    }
+    Context &set_lens(Lens lens) {
+        viewgeo_set_projection_type(get(), static_cast<std::int32_t>(lens));
+        return *this;
+    }
+    Context &set_dewarp(bool dewarped) {
+        viewgeo_set_dewarp_status(get(), dewarped ? 1 : 0);
+        return *this;
+    }
+
+    // Projections, single precision.
+    Pixel to_pixel(PanTilt direction) const {
+        Pixel p;
+        viewgeo_to_pixel_f(get(), &p.x, &p.y, direction.pan, direction.tilt);
+        return p;
+    }
+    PanTilt to_ptz(Pixel pixel) const {
+        PanTilt pt;
+        viewgeo_to_ptz_f(get(), &pt.pan, &pt.tilt, pixel.x, pixel.y);
+        return pt;
+    }
+    PanTilt to_ptz_rel(Pixel pixel) const {
+        PanTilt pt;
+        viewgeo_to_ptz_f_rel(get(), &pt.pan, &pt.tilt, pixel.x, pixel.y);
+        return pt;
+    }
+
+    // Projections, Q16.16.
+    Pixel to_pixel(PanTiltQ16 direction) const {
+        Pixel p;
+        viewgeo_to_pixel_x(get(), &p.x, &p.y, direction.pan.raw(), direction.tilt.raw());
+        return p;
+    }
+    PanTiltQ16 to_ptz_q16(Pixel pixel) const {
+        std::int32_t pan = 0, tilt = 0;
+        viewgeo_to_ptz_x(get(), &pan, &tilt, pixel.x, pixel.y);
+        return {Q16::from_raw(pan), Q16::from_raw(tilt)};
+    }
+    PanTiltQ16 to_ptz_rel_q16(Pixel pixel) const {
+        std::int32_t pan = 0, tilt = 0;
+        viewgeo_to_ptz_x_rel(get(), &pan, &tilt, pixel.x, pixel.y);
+        return {Q16::from_raw(pan), Q16::from_raw(tilt)};
+    }
+
+    // Replaces the misalignment data by the given texts (optical
+    // "zoom,pan,tilt;...", mechanical "pan,tilt", motor steps) and step counts,
+    // as if loaded from the data file. False when a text does not compile.
+    bool set_misalignment_data(const std::string &optical, const std::string &mechanical,
+                               std::uint32_t pan_rotation_steps, std::uint32_t tilt_rotation_steps) {
+        viewgeo_context *ctx = get();
+        char *opt = copy_text(optical);
+        char *mech = copy_text(mechanical);
+        if (opt == nullptr || mech == nullptr) {
+            std::free(opt);
+            std::free(mech);
+            throw std::bad_alloc();
+        }
+        std::free(ctx->mo_opt_offset);
+        std::free(ctx->mo_mech_offset);
+        ctx->mo_opt_offset = opt;
+        ctx->mo_mech_offset = mech;
+        ctx->pan_rotation_steps = pan_rotation_steps;
+        ctx->tilt_rotation_steps = tilt_rotation_steps;
+        ctx->mo_state = 1;  // loaded: the data file is not consulted any more
+        return viewgeo_set_misalignment_data(ctx) == 0;
+    }
+
+    // Misalignment of the head (may read the data file on first use).
+    PanTiltQ16 misalignment_offset(Q16 zoom, Q16 tilt) {
+        std::int32_t pan_offset = 0, tilt_offset = 0;
+        viewgeo_get_misalignment_offset(get(), zoom.raw(), tilt.raw(), &pan_offset, &tilt_offset);
+        return {Q16::from_raw(pan_offset), Q16::from_raw(tilt_offset)};
+    }
+    PanTiltQ16 compensate_misalignment(Q16 zoom, bool add, PanTiltQ16 position) {
+        std::int32_t pan = 0, tilt = 0;
+        viewgeo_compensate_misalignment_offset(get(), zoom.raw(), add ? 1 : 0, position.pan.raw(),
+                                               position.tilt.raw(), &pan, &tilt);
+        return {Q16::from_raw(pan), Q16::from_raw(tilt)};
+    }
+
+private:
+    // A malloc'd copy: the context frees its texts with free().
+    static char *copy_text(const std::string &text) {
+        char *copy = static_cast<char *>(std::malloc(text.size() + 1));
+        if (copy != nullptr) std::memcpy(copy, text.c_str(), text.size() + 1);
+        return copy;
+    }
+
+    struct Deleter {
+        void operator()(viewgeo_context *ctx) const { viewgeo_context_delete(ctx); }
+    };
+    std::unique_ptr<viewgeo_context, Deleter> ctx_;
+};
+
+// Utilities.
+inline float pan_delta(float pan_a, float pan_b) { return viewgeo_get_pan_delta(pan_a, pan_b); }
+inline Q16 pan_delta(Q16 pan_a, Q16 pan_b) { return Q16::from_raw(viewgeo_get_pan_delta_x(pan_a.raw(), pan_b.raw())); }
+inline float great_circle(PanTilt a, PanTilt b) { return viewgeo_get_great_circle(a.pan, a.tilt, b.pan, b.tilt); }
+inline Q16 great_circle(PanTiltQ16 a, PanTiltQ16 b) {
+    return Q16::from_raw(viewgeo_get_great_circle_x(a.pan.raw(), a.tilt.raw(), b.pan.raw(), b.tilt.raw()));
+}
+inline Q16 zoom_magnification(Q16 fov_a, Q16 fov_b) {
+    return Q16::from_raw(viewgeo_get_zoom_magnification(fov_a.raw(), fov_b.raw()));
+}
+// Fields of view after zoom_a, and after zoom_a then zoom_b.
+struct ZoomedFov {
+    float after_a = 0.0f;
+    float after_b = 0.0f;
+};
+inline ZoomedFov zoom_fov(float zoom_a, float fov, float zoom_b) {
+    ZoomedFov out;
+    viewgeo_get_zoom_fov(zoom_a, fov, zoom_b, &out.after_a, &out.after_b);
+    return out;
+}
+inline float wrap_pan(float pan) { return viewgeo_wrap_pan(pan); }
+
+}  // namespace viewgeo
+
+#endif  // VIEWGEO_HPP

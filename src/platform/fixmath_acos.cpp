@@ -1,0 +1,61 @@
+// Arc cosine of a Q16.16 value, in radians as Q16.16, integer arithmetic
+// only.
+//
+// Both halves of the range go through arcsin on [0, 1/2], where it is
+// smooth:
+//   |x| <= 1/2:  acos x = pi/2 - asin x
+//   |x| >  1/2:  acos |x| = 2 asin(sqrt((1 - |x|) / 2)), and for negative x
+//                acos x = pi - acos |x|.
+// The second form avoids the infinite slope of acos at +-1. Intermediates are
+// Q30 (1.0 = 2^30).
+#include <cstdint>
+
+#include "platform/fixmath.h"
+
+namespace viewgeo {
+namespace {
+
+constexpr std::int32_t kOne = 0x10000;
+constexpr std::int32_t kHalf = 0x8000;
+// pi and pi/2 in Q30 (pi * 2^30 = 3373259426.13, rounded).
+constexpr std::int64_t kPiQ30 = 3373259426;
+constexpr std::int64_t kHalfPiQ30 = 1686629713;
+
+// asin z for 0 <= z <= 1/2, both Q30, by its series
+//   z + (1/2) z^3/3 + (1*3)/(2*4) z^5/5 + ...
+// whose terms shrink at least fourfold each.
+std::int64_t asin_q30(std::int64_t z) {
+    const std::int64_t z2 = (z * z) >> 30;
+    std::int64_t power = z;  // z^(2k+1) times the product of (2i-1)/(2i)
+    std::int64_t sum = z;
+    for (std::int64_t k = 1; power != 0; ++k) {
+        power = ((power * z2) >> 30) * (2 * k - 1) / (2 * k);
+        sum += power / (2 * k + 1);
+    }
+    return sum;
+}
+
+}  // namespace
+}  // namespace viewgeo
+
+// frac is the number of fraction bits; the library always passes 16 and
+// only Q16.16 is implemented: the argument is read as Q16.16 whatever frac.
+// Arguments beyond [-1, 1] (rounding noise) are clamped, so the result is
+// always in [0, pi] (0 to 205887).
+extern "C" std::int32_t fx_acosx(std::int32_t x, int /*frac*/) {
+    using namespace viewgeo;
+    const std::int32_t c = x < -kOne ? -kOne : (x > kOne ? kOne : x);
+    const std::int32_t a = c < 0 ? -c : c;
+    std::int64_t angle;  // Q30
+    if (a <= kHalf) {
+        const std::int64_t s = asin_q30(static_cast<std::int64_t>(a) << 14);
+        angle = c < 0 ? kHalfPiQ30 + s : kHalfPiQ30 - s;
+    } else {
+        // (1 - |x|) / 2 in Q30, then its square root in Q30.
+        const std::int32_t w = (kOne - a) << 13;
+        const std::int64_t z = fx_sqrtx(w, 30);
+        const std::int64_t s = 2 * asin_q30(z);
+        angle = c < 0 ? kPiQ30 - s : s;
+    }
+    return static_cast<std::int32_t>((angle + (std::int64_t{1} << 13)) >> 14);
+}
