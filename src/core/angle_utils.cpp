@@ -55,6 +55,23 @@ float great_circle_f(float pan_a, float tilt_a, float pan_b, float tilt_b) {
     return static_cast<float>(deg);
 }
 
+q16 great_circle_x(q16 pan_a, q16 tilt_a, q16 pan_b, q16 tilt_b) {
+    const q16 dp = pan_delta_x(pan_a, pan_b);
+    const q16 ta = q16_deg_to_rad(tilt_a);
+    const q16 tb = q16_deg_to_rad(tilt_b);
+    const q16 pr = q16_deg_to_rad(dp);
+    const q16 c_a = fx_cosx(ta, 16);
+    const q16 c_b = fx_cosx(tb, 16);
+    const q16 c_p = fx_cosx(pr, 16);
+    const q16 s_a = fx_sinx(ta, 16);
+    const q16 s_b = fx_sinx(tb, 16);
+    const q16 m = q16_mul(c_a, c_b);
+    const q16 n = q16_mul(s_a, s_b);
+    // The sum can stray a few units past +-1.0; the arc cosine clamps it.
+    const q16 a = fx_acosx(wrap_add(q16_mul(c_p, m), n), 16);
+    return q16_rad_to_deg(a);
+}
+
 }  // namespace viewgeo
 
 using namespace viewgeo;
@@ -71,6 +88,10 @@ VIEWGEO_API int32_t viewgeo_get_pan_delta_x(int32_t pan_a, int32_t pan_b) {
 
 VIEWGEO_API float viewgeo_get_great_circle(float pan_a, float tilt_a, float pan_b, float tilt_b) {
     return great_circle_f(pan_a, tilt_a, pan_b, tilt_b);
+}
+
+VIEWGEO_API int32_t viewgeo_get_great_circle_x(int32_t pan_a, int32_t tilt_a, int32_t pan_b, int32_t tilt_b) {
+    return great_circle_x(pan_a, tilt_a, pan_b, tilt_b);
 }
 
 VIEWGEO_API float viewgeo_wrap_pan(float pan) { return wrap_pan(pan); }

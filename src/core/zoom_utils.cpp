@@ -2,6 +2,7 @@
 #include "core/zoom_utils.h"
 
 #include <cmath>
+#include <cstdint>
 
 #include "core/q16.h"
 #include "viewgeo.h"
@@ -15,7 +16,40 @@ namespace {
 constexpr float kTwoRadToDegF = static_cast<float>(kTwoRadToDegD);
 static_assert(static_cast<double>(kTwoRadToDegF) == kTwoRadToDegD);
 
+// The rounded division, except that a zero divisor gives the limit of the
+// quotient instead of a 64-bit division by zero: the largest word of the
+// dividend's sign, and 0 for 0 / 0. Callers must not pass a zero field of
+// view or zoom; this only keeps their mistake harmless. A saturated tangent
+// gives about 180 degrees, as the float form's infinite one does.
+q16 div_or_limit(q16 a, q16 b) {
+    if (b == 0) return a > 0 ? INT32_MAX : (a < 0 ? INT32_MIN : 0);
+    return q16_div(a, b);
+}
+
+// 2 atan(t) in Q16.16 degrees for a Q16.16 tangent. The arc tangent is taken
+// in single precision; the conversion back and the scaling stay in Q16.16.
+q16 double_atan_deg_x(q16 t) {
+    const float tf = q16_to_float(t);
+    const float at = std::atan(tf);
+    const q16 rad = q16_from_float(at);
+    return q16_mul(q16_rad_to_deg(rad), kQ16Two);
+}
+
 }  // namespace
+
+q16 zoom_magnification_x(q16 fov_a, q16 fov_b) {
+    // Half angles in radians by the one-product factor pi/360.
+    const q16 a = q16_mul(fov_a, kQ16HalfDegToRad);
+    const q16 b = q16_mul(fov_b, kQ16HalfDegToRad);
+    const q16 s_a = fx_sinx(a, 16);
+    const q16 c_a = fx_cosx(a, 16);
+    const q16 s_b = fx_sinx(b, 16);
+    const q16 c_b = fx_cosx(b, 16);
+    // tan b / tan a as (s_b c_a) / (c_b s_a): one division instead of three.
+    const q16 num = q16_mul(c_b, s_a);
+    const q16 den = q16_mul(s_b, c_a);
+    return div_or_limit(den, num);
+}
 
 void zoom_fov_f(float zoom_a, float fov, float zoom_b, float &fov_a_out, float &fov_b_out) {
     // Single precision throughout. A zero zoom gives an infinite tangent and
@@ -27,15 +61,39 @@ void zoom_fov_f(float zoom_a, float fov, float zoom_b, float &fov_a_out, float &
     fov_b_out = std::atan(tb) * kTwoRadToDegF;
 }
 
+void zoom_fov_x(q16 zoom_a, q16 fov, q16 zoom_b, q16 &fov_a_out, q16 &fov_b_out) {
+    // Half the field of view in radians: halved first, then converted.
+    const q16 h = q16_div(fov, kQ16Two);
+    const q16 a = q16_deg_to_rad(h);
+    const q16 s = fx_sinx(a, 16);
+    const q16 c = fx_cosx(a, 16);
+    // A field of view of half a turn has no tangent; 0 is what it has
+    // always given.
+    const q16 t = c == 0 ? 0 : q16_div(s, c);
+    const q16 u = div_or_limit(t, zoom_a);
+    const q16 w = div_or_limit(u, zoom_b);
+    fov_a_out = double_atan_deg_x(u);
+    fov_b_out = double_atan_deg_x(w);
+}
+
 }  // namespace viewgeo
 
 using namespace viewgeo;
 
 extern "C" {
 
+VIEWGEO_API int32_t viewgeo_get_zoom_magnification(int32_t fov_a, int32_t fov_b) {
+    return zoom_magnification_x(fov_a, fov_b);
+}
+
 VIEWGEO_API void viewgeo_get_zoom_fov(float zoom_a, float fov, float zoom_b, float *fov_a_out,
                                       float *fov_b_out) {
     zoom_fov_f(zoom_a, fov, zoom_b, *fov_a_out, *fov_b_out);
+}
+
+VIEWGEO_API void viewgeo_get_zoom_fov_x(int32_t zoom_a, int32_t fov, int32_t zoom_b, int32_t *fov_a_out,
+                                        int32_t *fov_b_out) {
+    zoom_fov_x(zoom_a, fov, zoom_b, *fov_a_out, *fov_b_out);
 }
 
 }  // extern "C"

@@ -1,13 +1,15 @@
 #include "platform/inikit.h"
 
 #include <cstdio>
+#include <cstring>
 #include <deque>
 #include <ini.h>
 #include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "platform/paths.h"
+#include "platform/fs.h"
 
 // A parsed file: the entries own their strings; the views point into them.
 struct inikit {
@@ -21,11 +23,10 @@ struct inikit {
 
 namespace {
 
-// Reads at most kInikitMaxFileSize bytes; false when the file cannot be read
-// or is larger.
+// Reads the whole file; false when it cannot be opened or read, or is larger
+// than kInikitMaxFileSize.
 bool read_file(const char *path, std::string &text) {
-    const std::string real = viewgeo::platform::resolve(path);
-    FILE *file = std::fopen(real.c_str(), "rb");
+    FILE *file = viewgeo::platform::fs::fopen(path, "rb");
     if (file == nullptr) return false;
     text.clear();
     char buffer[4096];
@@ -38,52 +39,136 @@ bool read_file(const char *path, std::string &text) {
             break;
         }
         if (n < sizeof buffer) {
-            ok = !std::ferror(file);
+            ok = !std::ferror(file);  // a directory fails here (EISDIR)
             break;
         }
     }
-    std::fclose(file);
+    viewgeo::platform::fs::fclose(file);
     return ok;
 }
 
-// Prepares the text for the underlying parser, which splits lines longer than
-// its buffer and continues indented lines: removes leading blanks, drops
-// over-long lines and cuts the text at the first NUL byte.
-std::string sanitise(const std::string &text) {
-    std::string out;
-    out.reserve(text.size() + 1);
-    std::size_t pos = 0;
-    const std::size_t end = text.find('\0') == std::string::npos ? text.size() : text.find('\0');
-    while (pos < end) {
-        std::size_t eol = text.find('\n', pos);
-        if (eol == std::string::npos || eol > end) eol = end;
-        std::size_t start = pos;
-        while (start < eol && (text[start] == ' ' || text[start] == '\t')) ++start;
-        std::size_t stop = eol;
-        if (stop > start && text[stop - 1] == '\r') --stop;
-        if (eol - pos <= kInikitMaxLineLength) out.append(text, start, stop - start);
-        out.push_back('\n');
-        pos = eol + 1;
-    }
-    return out;
+bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\v' || c == '\f' || c == '\r'; }
+
+std::string_view strip(std::string_view s) {
+    while (!s.empty() && is_blank(s.front())) s.remove_prefix(1);
+    while (!s.empty() && is_blank(s.back())) s.remove_suffix(1);
+    return s;
 }
 
-int collect(void *user, const char *section, const char *name, const char *value) {
-    auto *kit = static_cast<inikit *>(user);
-    kit->owned.push_back({section ? section : "", name ? name : "", value ? value : ""});
+// The rest of a line from a ";" that follows white space is a comment.
+std::string_view cut_inline_comment(std::string_view line) {
+    for (std::size_t i = 1; i < line.size(); ++i) {
+        if (line[i] == ';' && is_blank(line[i - 1])) return line.substr(0, i);
+    }
+    return line;
+}
+
+// What one parse shares between the line feeder and the entry collector.
+// libinih asks for a line, handles it and calls the collector for it before
+// it asks for the next, so the group found by the feeder is the group of the
+// entry being collected.
+struct Parse {
+    std::string_view text;
+    inikit *kit = nullptr;
+    std::string group;        // the current group, "" before any header
+    bool group_known = true;  // false after a header that could not be read
+    bool failed = false;      // out of memory
+};
+
+// Reads "[name]", perhaps followed by blanks and a comment; false for
+// anything else. Blanks around the name don't count.
+bool read_header(std::string_view line, std::string_view &name) {
+    const std::size_t close = line.find(']');
+    if (close == std::string_view::npos) return false;
+    const std::string_view rest = strip(line.substr(close + 1));
+    if (!rest.empty() && rest.front() != ';' && rest.front() != '#') return false;
+    name = strip(line.substr(1, close - 1));
+    return true;
+}
+
+// Hands libinih the next line that holds an entry, de-indented, without its
+// comment, line end guaranteed; headers, comments and untrustworthy lines
+// are dealt with here. libinih continues indented lines, splits long ones
+// and lets a bad header leave the previous group in force: none of that
+// reaches it.
+char *feed_line(char *str, int num, void *stream) {
+    auto &parse = *static_cast<Parse *>(stream);
+    try {
+        while (!parse.text.empty()) {
+            std::size_t eol = parse.text.find('\n');
+            std::string_view line = parse.text.substr(0, eol);
+            parse.text.remove_prefix(eol == std::string_view::npos ? parse.text.size() : eol + 1);
+            if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+
+            const bool whole = line.size() <= kInikitMaxLineLength && line.find('\0') == std::string_view::npos;
+            while (!line.empty() && is_blank(line.front())) line.remove_prefix(1);
+            if (!whole) {
+                // A dropped header would let its entries land in the group above.
+                if (!line.empty() && line.front() == '[') parse.group_known = false;
+                continue;
+            }
+            if (line.empty() || line.front() == ';' || line.front() == '#') continue;
+            line = strip(cut_inline_comment(line));
+            if (line.front() == '[') {
+                std::string_view name;
+                parse.group_known = read_header(line, name);
+                if (parse.group_known) parse.group.assign(name);
+                continue;
+            }
+            if (!parse.group_known) continue;
+            const std::size_t sep = line.find_first_of("=:");
+            if (sep == std::string_view::npos || sep == 0) continue;  // no key or no separator
+            // The line, "\n" and the terminator must fit libinih's buffer,
+            // or it would split the line; its size is the caller's setting.
+            if (num < 2 || line.size() > static_cast<std::size_t>(num) - 2) continue;
+            std::memcpy(str, line.data(), line.size());
+            str[line.size()] = '\n';
+            str[line.size() + 1] = '\0';
+            return str;
+        }
+    } catch (const std::bad_alloc &) {
+        parse.failed = true;
+    }
+    return nullptr;
+}
+
+int collect(void *user, const char * /*section*/, const char *name, const char *value) {
+    auto &parse = *static_cast<Parse *>(user);
+    // A null value only comes from an option of libinih a host program may
+    // have set; such a line has no "=" and is skipped like any other.
+    if (name == nullptr || value == nullptr || name[0] == '\0') return 1;
+    try {
+        parse.kit->owned.push_back({parse.group, name, value});
+    } catch (const std::bad_alloc &) {
+        parse.failed = true;
+        return 0;
+    }
     return 1;
 }
 
-bool load(inikit &kit, const char *path) {
+void clear_entries(inikit &kit) {
     kit.owned.clear();
     kit.entries.clear();
     kit.next = 0;
+}
+
+bool load(inikit &kit, const char *path) {
+    clear_entries(kit);
     std::string text;
     if (!read_file(path, text)) return false;
-    const std::string clean = sanitise(text);
-    // Malformed lines make the parser report an error line number; they are
-    // skipped and the well-formed entries kept, so the result is ignored.
-    ini_parse_string(clean.c_str(), collect, &kit);
+
+    Parse parse;
+    parse.text = text;
+    parse.kit = &kit;
+    // A byte order mark is skipped here, so the first line is judged without it.
+    if (parse.text.starts_with("\xEF\xBB\xBF")) parse.text.remove_prefix(3);
+    // Every line libinih sees is well-formed: with its default options the
+    // result is 0; negative only when its own line buffer cannot be allocated.
+    const int result = ini_parse_stream(feed_line, &parse, collect, &parse);
+    if (parse.failed || result < 0) {
+        clear_entries(kit);
+        return false;
+    }
     kit.entries.reserve(kit.owned.size());
     for (const inikit::Owned &o : kit.owned) kit.entries.push_back({o.group.c_str(), o.key.c_str(), o.value.c_str()});
     return true;
@@ -105,7 +190,7 @@ int inikit_opencfg(const char *path) {
     return 1;
 }
 
-const inikit_entry *inikit_getcfg(void) { return cursor ? inikit_get_next_cfg(cursor) : nullptr; }
+const inikit_entry *inikit_getcfg(void) { return inikit_get_next_cfg(cursor); }
 
 void inikit_closecfg(void) {
     inikit_free(cursor);
@@ -115,15 +200,17 @@ void inikit_closecfg(void) {
 inikit *inikit_new(void) { return new (std::nothrow) inikit; }
 
 int inikit_load_cfg(inikit *handle, const char *path) {
+    if (handle == nullptr) return 0;
     try {
-        return load(*handle, path) ? 1 : 0;
+        if (path != nullptr && load(*handle, path)) return 1;
     } catch (const std::bad_alloc &) {
-        return 0;
     }
+    clear_entries(*handle);
+    return 0;
 }
 
 const inikit_entry *inikit_get_next_cfg(inikit *handle) {
-    if (handle->next >= handle->entries.size()) return nullptr;
+    if (handle == nullptr || handle->next >= handle->entries.size()) return nullptr;
     return &handle->entries[handle->next++];
 }
 

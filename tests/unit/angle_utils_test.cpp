@@ -7,6 +7,7 @@
 
 #include "core/angle_utils.h"
 #include "core/q16.h"
+#include "platform/fixmath.h"
 #include "viewgeo.h"
 
 namespace {
@@ -239,6 +240,108 @@ TEST(GreatCircle, NonFiniteInputGivesNan) {
     EXPECT_TRUE(std::isnan(viewgeo_get_great_circle(0.0f, 0.0f, 0.0f, kInf)));
     // The pan distance folds to -inf, whose cosine is NaN.
     EXPECT_TRUE(std::isnan(viewgeo_get_great_circle(kInf, 0.0f, 0.0f, 0.0f)));
+}
+
+// ---- great circle, Q16.16 -------------------------------------------------
+
+// The Q16.16 steps written out: degrees to radians by the rounded product
+// with 1144, fixed-point sines and cosines, rounded products, the arc cosine
+// of the sum, radians to degrees by the product with 3754936.
+std::int32_t great_circle_x_reference(std::int32_t pan_a, std::int32_t tilt_a, std::int32_t pan_b,
+                                      std::int32_t tilt_b) {
+    using viewgeo::q16_mul;
+    const std::int32_t dp = viewgeo_get_pan_delta_x(pan_a, pan_b);
+    const std::int32_t ta = q16_mul(tilt_a, 1144);
+    const std::int32_t tb = q16_mul(tilt_b, 1144);
+    const std::int32_t pr = q16_mul(dp, 1144);
+    const std::int32_t m = q16_mul(fx_cosx(ta, 16), fx_cosx(tb, 16));
+    const std::int32_t n = q16_mul(fx_sinx(ta, 16), fx_sinx(tb, 16));
+    const std::int32_t sum = viewgeo::wrap_add(q16_mul(fx_cosx(pr, 16), m), n);
+    return q16_mul(fx_acosx(sum, 16), 3754936);
+}
+
+TEST(GreatCircleX, QuarterTurnAlongTheHorizonIsNinetyWithinTheRadianFactor) {
+    const std::int32_t got = viewgeo_get_great_circle_x(0, 0, 0x5A0000, 0);
+    EXPECT_EQ(got, great_circle_x_reference(0, 0, 0x5A0000, 0));
+    EXPECT_EQ(viewgeo_get_great_circle_x(0x5A0000, 0, 0, 0), got);
+    // 1144 is 0.016 % above 65536 pi/180, so 90 degrees becomes 1.5710449
+    // rad (102960) and comes back as about 90.0144 degrees; the arc cosine
+    // of a cosine near 0 adds a unit or two of 2^-16 rad (0.0002 degrees).
+    EXPECT_NEAR(viewgeo::q16_to_float(got), 90.0144f, 0.001f);
+}
+
+TEST(GreatCircleX, MatchesTheStepByStepCalculation) {
+    const std::int32_t cases[][4] = {
+        {0, 0, 0x5A0000, 0},
+        {10 << 16, 20 << 16, 30 << 16, 40 << 16},
+        {170 << 16, -(5 << 16), -(170 << 16), 5 << 16},
+        {0, 89 << 16, 0xB40000, 89 << 16},
+        {-0x214CCC, -0x3C8000, 0xCB333, 0x2D4000},
+        {0, 120 << 16, 0, -(30 << 16)},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(viewgeo_get_great_circle_x(c[0], c[1], c[2], c[3]),
+                  great_circle_x_reference(c[0], c[1], c[2], c[3]))
+            << c[0] << " " << c[1] << " " << c[2] << " " << c[3];
+    }
+}
+
+TEST(GreatCircleX, IsSymmetric) {
+    for (std::int32_t pa = -0xAA0000; pa <= 0xAA0000; pa += 0x110000 + 0x4CCD) {
+        for (std::int32_t ta = -0x500000; ta <= 0x500000; ta += 0xD0000 + 0x1234) {
+            const std::int32_t pb = 0xB0000 - pa / 2;
+            const std::int32_t tb = ta / 4 - 0x30000;
+            EXPECT_EQ(viewgeo_get_great_circle_x(pa, ta, pb, tb), viewgeo_get_great_circle_x(pb, tb, pa, ta));
+        }
+    }
+}
+
+TEST(GreatCircleX, AgreesWithTheFloatFormAwayFromZeroAndHalfATurn) {
+    // Between 10 and 170 degrees the arc cosine magnifies an error in its
+    // argument at most 1 / sin(10 deg) = 5.8 times: a few units of 2^-16 in
+    // the fixed-point sines and cosines cost under 0.02 degrees, and the
+    // radian factor 1144 up to 0.016 % (0.03 degrees at 170). 0.06 covers
+    // both with room.
+    int compared = 0;
+    for (int pa = -175; pa <= 175; pa += 25) {
+        for (int ta = -85; ta <= 85; ta += 17) {
+            for (int pb = -170; pb <= 170; pb += 34) {
+                const int tb = 40 - ta / 2;
+                const float f = viewgeo_get_great_circle(static_cast<float>(pa), static_cast<float>(ta),
+                                                         static_cast<float>(pb), static_cast<float>(tb));
+                if (!(f >= 10.0f && f <= 170.0f)) continue;
+                const std::int32_t x = viewgeo_get_great_circle_x(pa << 16, ta << 16, pb << 16, tb << 16);
+                EXPECT_NEAR(viewgeo::q16_to_float(x), f, 0.06f) << pa << " " << ta << " " << pb << " " << tb;
+                ++compared;
+            }
+        }
+    }
+    EXPECT_GT(compared, 500);
+}
+
+TEST(GreatCircleX, IdenticalDirectionsAreCloseToZero) {
+    // Near 0 the arc cosine turns an error of e units of 2^-16 in its
+    // argument into sqrt(2 e / 65536) rad: 3 units give 0.55 degrees.
+    for (int t = -85; t <= 85; t += 5) {
+        const std::int32_t got = viewgeo_get_great_circle_x(0x1E0000, t << 16, 0x1E0000, t << 16);
+        EXPECT_GE(got, 0) << t;
+        EXPECT_LT(got, 0x8CCC) << t;  // 0.55 degrees
+    }
+    EXPECT_EQ(viewgeo_get_great_circle_x(0, 0, 0, 0), great_circle_x_reference(0, 0, 0, 0));
+}
+
+TEST(GreatCircleX, ExtremeWordsStayDefinedAndInRange) {
+    // Meaningless angles, but no overflow trap and a result the arc cosine
+    // can give: 0 to pi (205887) in radians, so at most about 180 degrees.
+    const std::int32_t words[] = {INT32_MIN, -0xB40000, -1, 0, 1, 0x5A0000, INT32_MAX};
+    for (std::int32_t a : words) {
+        for (std::int32_t b : words) {
+            const std::int32_t got = viewgeo_get_great_circle_x(a, b, b, a);
+            EXPECT_GE(got, 0) << a << " " << b;
+            EXPECT_LE(got, viewgeo::q16_mul(205887, 3754936)) << a << " " << b;
+            EXPECT_EQ(got, great_circle_x_reference(a, b, b, a));
+        }
+    }
 }
 
 // ---- pan wrapping ---------------------------------------------------------
