@@ -53,14 +53,15 @@ q16 steps_to_degrees(q16 offset, std::uint32_t steps) {
     return q16_from_float(d);
 }
 
-// Factor applied to the offsets at `tilt`: zero within 5 degrees of either
-// pole, rising linearly from 5 to 20 degrees off the nadir, whole elsewhere.
-// Only the nadir side fades; the zenith side has a hard edge. Kept as the
-// head's calibration expects it.
+// Near the poles the offset is zero within 5 degrees (both ends inclusive)
+// and, below the horizon only, rises linearly from 5 to 20 degrees off the
+// nadir. The zenith side keeps a hard edge; the head's calibration expects
+// exactly this and it is kept.
 bool in_zero_band(q16 tilt) {
     return (tilt >= -kDeg95 && tilt <= -kDeg85) || (tilt >= kDeg85 && tilt <= kDeg95);
 }
 bool in_fade(q16 tilt) { return tilt > -kDeg110 && tilt < -kDeg70; }
+// (|tilt + 90| - 5) / 15, rounded as every Q16.16 quotient.
 q16 fade_factor(q16 tilt) {
     const q16 from_nadir = wrap_add(tilt, kQ16Deg90);  // within +-20 degrees here
     const q16 distance = from_nadir < 0 ? -from_nadir : from_nadir;

@@ -8,6 +8,8 @@
 //                acos x = pi - acos |x|.
 // The second form avoids the infinite slope of acos at +-1. Intermediates are
 // Q30 (1.0 = 2^30).
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "platform/fixmath.h"
@@ -21,18 +23,21 @@ constexpr std::int32_t kHalf = 0x8000;
 constexpr std::int64_t kPiQ30 = 3373259426;
 constexpr std::int64_t kHalfPiQ30 = 1686629713;
 
-// asin z for 0 <= z <= 1/2, both Q30, by its series
-//   z + (1/2) z^3/3 + (1*3)/(2*4) z^5/5 + ...
-// whose terms shrink at least fourfold each.
+// asin z = z g(z^2) for 0 <= z <= 1/2, both Q30. g is the degree-4
+// polynomial that interpolates asin(sqrt u) / sqrt u at the five Chebyshev
+// nodes of u in [0, 1/4], coefficients in Q30; with the rounding of the
+// integer evaluation it stays within 5e-8 (0.003 units of 2^-16) of asin.
+constexpr std::array<std::int64_t, 5> kAsinCoefficients = {
+    1073741902, 178941433, 81017531, 42728958, 54071149,
+};
+
 std::int64_t asin_q30(std::int64_t z) {
-    const std::int64_t z2 = (z * z) >> 30;
-    std::int64_t power = z;  // z^(2k+1) times the product of (2i-1)/(2i)
-    std::int64_t sum = z;
-    for (std::int64_t k = 1; power != 0; ++k) {
-        power = ((power * z2) >> 30) * (2 * k - 1) / (2 * k);
-        sum += power / (2 * k + 1);
+    const std::int64_t u = (z * z) >> 30;
+    std::int64_t g = kAsinCoefficients[4];
+    for (int i = 3; i >= 0; --i) {
+        g = kAsinCoefficients[static_cast<std::size_t>(i)] + ((g * u) >> 30);
     }
-    return sum;
+    return (z * g) >> 30;
 }
 
 }  // namespace

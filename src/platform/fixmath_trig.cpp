@@ -2,7 +2,7 @@
 //
 // The angle is first turned into a fraction of a full turn held in a 64-bit
 // word (2^64 = one turn), so the wrap of unsigned arithmetic is the
-// periodicity: every int32 argument reduces exactly enough, with no branch
+// periodicity: every int32 argument reduces exactly enough, with no loop
 // and no division. The nearest of 256 tabulated points then gives sin and
 // cos of the point, and the short remainder d (at most 1/512 turn) is added
 // with the angle-sum rule and sin d ~ d - d^3/6, cos d ~ 1 - d^2/2.
@@ -108,9 +108,14 @@ std::int32_t sin_of_phase(std::uint64_t phase) {
     return static_cast<std::int32_t>((s + (std::int64_t{1} << 43)) >> 44);
 }
 
-std::uint64_t phase_of(std::int32_t x) {
-    // Sign-extended, then multiplied modulo 2^64: whole turns drop out.
-    return static_cast<std::uint64_t>(static_cast<std::int64_t>(x)) * kTurnPerUnit;
+// Phase of |x|: sine is computed on |x| and given the sign of x, cosine
+// on |x| alone, so both are exactly odd and even although the rounding of
+// the intermediates is not symmetric.
+std::uint64_t phase_of_magnitude(std::int32_t x) {
+    const std::int64_t wide = x;  // -INT32_MIN fits in 64 bits
+    const std::uint64_t magnitude = static_cast<std::uint64_t>(wide < 0 ? -wide : wide);
+    // Multiplied modulo 2^64: whole turns drop out.
+    return magnitude * kTurnPerUnit;
 }
 
 }  // namespace
@@ -119,9 +124,10 @@ std::uint64_t phase_of(std::int32_t x) {
 // frac is the number of fraction bits; the library always passes 16 and
 // only Q16.16 is implemented: the argument is read as Q16.16 whatever frac.
 extern "C" std::int32_t fx_sinx(std::int32_t x, int /*frac*/) {
-    return viewgeo::sin_of_phase(viewgeo::phase_of(x));
+    const std::int32_t s = viewgeo::sin_of_phase(viewgeo::phase_of_magnitude(x));
+    return x < 0 ? -s : s;
 }
 
 extern "C" std::int32_t fx_cosx(std::int32_t x, int /*frac*/) {
-    return viewgeo::sin_of_phase(viewgeo::phase_of(x) + viewgeo::kQuarterTurn);
+    return viewgeo::sin_of_phase(viewgeo::phase_of_magnitude(x) + viewgeo::kQuarterTurn);
 }

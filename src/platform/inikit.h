@@ -11,7 +11,7 @@
 //     ("k = a ;b" gives "a"; "k = 1;2" keeps "1;2"; "#" inside a line is text).
 //   - "[name]" starts the group "name": the brackets and the white space
 //     around the name are removed ("[ g ]" is "g", "[]" is ""). Only white
-//     space or a comment may follow the "]". Entries before any header are in
+//     space or a comment (";" or "#") may follow the "]". Entries before any header are in
 //     the group "". Groups may repeat; each entry carries its own group.
 //   - A key line is a key, "=" or ":" (whichever comes first), then the value;
 //     white space around key and value is removed. The value may be empty

@@ -1,0 +1,305 @@
+// The Q16.16 projections between pan/tilt directions and pixels. They follow
+// the single-precision projections step by step (the step numbers below are
+// the same), but carry products, sums, sines, cosines and square roots in
+// Q16.16 and fall back to float or double only for asin, atan and the lens
+// functions. Every rounding is part of the results that stored calibrations
+// and the remote-camera code depend on.
+#include "core/projection_fixed.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+#include "core/lens_model.h"
+#include "core/picture_rotation.h"
+#include "core/q16.h"
+#include "platform/fixmath.h"
+#include "viewgeo.h"
+
+namespace viewgeo {
+namespace {
+
+constexpr int kFrac = 16;  // fraction bits passed to the fixed-point maths
+
+// 30.0 degrees less one unit: the pan offset is clamped for tilts within it.
+constexpr q16 kClampTiltLimit = 0x1DFFFF;
+// Pan wraps fold a value once it is past 180.0 / 360.0 by at least one unit.
+constexpr q16 kAbove180 = kQ16Deg180 + 1;
+constexpr q16 kAbove360 = kQ16Deg360 + 1;
+
+// The rounding divide for the divisors a caller can make zero through the
+// context (a zero or wrapped picture size, a field of view so small that its
+// lens value rounds to 0). The firmware never checked them; a zero quotient
+// is the defined stand-in here, so such a view maps to its centre line.
+q16 div_or_zero(q16 a, q16 b) { return b == 0 ? 0 : q16_div(a, b); }
+
+// Lens value of half a field of view: the field halved by the rounding
+// divide, to radians by the rounding multiply, then g in floating point.
+q16 half_fov_lens_value(std::int32_t projection_type, q16 fov) {
+    const q16 half_rad = q16_mul(q16_div(fov, kQ16Two), kQ16DegToRad);
+    return q16_from_float(lens_value(projection_type, q16_to_float(half_rad)));
+}
+
+// Inverse of the lens model: the angle off the axis (radians) of a ray that
+// lands at normalised distance r from the centre.
+float lens_angle(std::int32_t projection_type, float r) {
+    if (projection_type == kLensSine) return static_cast<float>(std::asin(static_cast<double>(r)));
+    if (projection_type == kLensEquidistant) return r;
+    return static_cast<float>(std::atan(static_cast<double>(r)));
+}
+
+q16 sin_x(q16 rad) { return fx_sinx(rad, kFrac); }
+q16 cos_x(q16 rad) { return fx_cosx(rad, kFrac); }
+q16 sqrt_x(q16 v) { return fx_sqrtx(v, kFrac); }
+
+q16 vertical_fov_x(const viewgeo_context &ctx) {
+    std::int32_t v = 0;
+    viewgeo_get_vert_fov_x(&ctx, &v);
+    return v;
+}
+
+// Brings a relative angle into [-360, 360] by whole turns, as often as needed.
+// Neither loop can overflow: each step moves the value toward zero.
+q16 reduce_to_one_turn(q16 a) {
+    while (a >= kAbove360) a -= kQ16Deg360;
+    while (a < -kQ16Deg360) a += kQ16Deg360;
+    return a;
+}
+
+// Folds the linear-mode row into the picture: the height is the low 16 bits
+// of pic_height as a signed number, and the remainder takes the sign of the
+// row. A zero height leaves no row to fold into; the top row stands in.
+std::int32_t fold_row(std::int32_t iy, std::int32_t pic_height) {
+    const std::int32_t h = static_cast<std::int16_t>(static_cast<std::uint16_t>(pic_height));
+    if (iy <= h) return iy;
+    return h == 0 ? 0 : iy % h;
+}
+
+// Linear mode for dewarped pictures: angles proportional to the pixel.
+PanTiltX linear_direction_of_pixel_x(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
+    // L1. Both fields of view, no zero test.
+    const q16 vfov = vertical_fov_x(ctx);
+    std::int32_t hfov = 0;
+    viewgeo_get_horiz_fov_x(&ctx, &hfov);
+    // L2. Undo the picture rotation.
+    const PixelPair unrotated = rotate_out_of_picture(ctx.pic_rot, x, y, ctx.pic_width, ctx.pic_height);
+    // L3. Only the row is folded; the column is clamped in L4.
+    const std::int32_t iy = fold_row(unrotated.y, ctx.pic_height);
+    // L4. Clamp from above only.
+    const q16 width = pixels_to_q16(ctx.pic_width);
+    const q16 height = pixels_to_q16(ctx.pic_height);
+    const q16 fx = std::min(pixels_to_q16(unrotated.x), width);
+    const q16 fy = std::min(pixels_to_q16(iy), height);
+    // L5. Horizontal offset from the centre in proportion to the field of
+    // view, wrapped once. The context pan is deliberately not added, though
+    // the relative result subtracts it; kept as the firmware has it.
+    q16 p = wrap_sub(q16_mul(hfov, div_or_zero(fx, width)), q16_mul(hfov, kQ16Half));
+    if (p >= kAbove180) {
+        p = wrap_sub(p, kQ16Deg360);
+    } else if (p < kQ16MinusDeg180) {
+        p = wrap_add(p, kQ16Deg360);
+    }
+    // L6. Vertical offset, upwards, plus the context tilt.
+    const q16 t = wrap_add(wrap_sub(q16_mul(vfov, kQ16Half), q16_mul(vfov, div_or_zero(fy, height))), ctx.tilt);
+    return {p, t};
+}
+
+}  // namespace
+
+PixelPair pixel_of_direction_x(const viewgeo_context &ctx, q16 pan, q16 tilt) {
+    // 1. Pan offset of the target from the camera, within [-180, 180]: an
+    // offset of exactly +180 becomes -180 and one of -180 stays +180.
+    q16 d = 0;
+    if (ctx.pan < pan) {
+        d = wrap_sub(pan, ctx.pan);
+        if (d >= kQ16Deg180) d = wrap_sub(d, kQ16Deg360);
+    } else {
+        const q16 e = wrap_sub(ctx.pan, pan);
+        d = e < kQ16Deg180 ? wrap_neg(e) : wrap_sub(kQ16Deg360, e);
+    }
+    // 2. Near the horizon keep the offset within +-89 degrees, so that points
+    // behind the camera do not land in the picture. Compared as float.
+    if (tilt >= -kClampTiltLimit && tilt <= kClampTiltLimit) {
+        const float df = q16_to_float(d);
+        if (df < -89.0f) {
+            d = -kQ16Deg89;
+        } else if (df > 89.0f) {
+            d = q16_from_float(89.0f);
+        } else {
+            d = q16_from_float(df);
+        }
+    }
+    // 3. Fields of view; a zero one has no geometry (step 15).
+    const q16 vfov = vertical_fov_x(ctx);
+    const q16 hfov = ctx.horiz_fov;
+    if (vfov == 0 || hfov == 0) {
+        // 15. The centre as a Q16.16 value, not shifted down to whole pixels
+        // and not rotated: callers rely on this form, so it is kept.
+        return {q16_mul(pixels_to_q16(ctx.pic_width), kQ16Half), q16_mul(pixels_to_q16(ctx.pic_height), kQ16Half)};
+    }
+    // 4. Sines and cosines of the offset, the target tilt and the camera tilt.
+    const q16 d_rad = q16_deg_to_rad(d);
+    const q16 t_rad = q16_deg_to_rad(tilt);
+    const q16 c_rad = q16_deg_to_rad(ctx.tilt);
+    const q16 cd = cos_x(d_rad);
+    const q16 sd = sin_x(d_rad);
+    const q16 ct = cos_x(t_rad);
+    const q16 st = sin_x(t_rad);
+    const q16 cc = cos_x(c_rad);
+    const q16 sc = sin_x(c_rad);
+    // 5. The target on the unit sphere, about the camera's pan.
+    const q16 p = q16_mul(cd, ct);
+    q16 x = q16_mul(sd, ct);
+    // 6. Tilted into the camera frame: Z along the optical axis, Y upwards.
+    const q16 z = wrap_add(q16_mul(p, cc), q16_mul(st, sc));
+    q16 y = wrap_sub(q16_mul(st, cc), q16_mul(p, sc));
+    // 7. Sine of the angle off the axis.
+    const q16 s = sqrt_x(wrap_sub(kQ16One, q16_mul(z, z)));
+    // 8. The angle off the axis, radians.
+    const float s_f = q16_to_float(s);
+    const q16 theta = q16_from_float(static_cast<float>(std::asin(static_cast<double>(s_f))));
+    // 9. Lens values of the half fields of view.
+    const q16 gh = half_fov_lens_value(ctx.projection_type, hfov);
+    const q16 gv = half_fov_lens_value(ctx.projection_type, vfov);
+    // 10. Small-angle rule; otherwise rescale the ray to the lens value of
+    // its angle. S = 0 (on the axis) keeps the ray as it is.
+    if (!(theta < kQ16SmallAngle || s == 0)) {
+        const q16 g = q16_from_float(lens_value(ctx.projection_type, q16_to_float(theta)));
+        x = q16_mul(g, q16_div(x, s));
+        y = q16_mul(g, q16_div(y, s));
+    }
+    // 11. Normalised picture coordinates.
+    const q16 u = div_or_zero(x, gh);
+    const q16 v = div_or_zero(y, gv);
+    // 12. Fractions of the picture size from the top-left corner, kept within
+    // +-10 so that the following product cannot overflow.
+    const q16 cx = std::clamp(wrap_add(q16_div(u, kQ16Two), kQ16Half), -kQ16Ten, kQ16Ten);
+    const q16 cy = std::clamp(wrap_sub(kQ16Half, q16_div(v, kQ16Two)), -kQ16Ten, kQ16Ten);
+    // 13. Whole pixels; the shift rounds toward minus infinity.
+    const std::int32_t px = q16_mul(pixels_to_q16(ctx.pic_width), cx) >> 16;
+    const std::int32_t py = q16_mul(pixels_to_q16(ctx.pic_height), cy) >> 16;
+    // 14. Into the delivered picture's rotation.
+    return rotate_into_picture(ctx.pic_rot, px, py, ctx.pic_width, ctx.pic_height);
+}
+
+PanTiltX direction_of_pixel_x(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
+    // 1. Fields of view; a zero one keeps the camera where it is.
+    const q16 vfov = vertical_fov_x(ctx);
+    const q16 hfov = ctx.horiz_fov;
+    if (vfov == 0 || hfov == 0) return {ctx.pan, ctx.tilt};
+    // 2. Undo the picture rotation, then to Q16.16.
+    const PixelPair unrotated = rotate_out_of_picture(ctx.pic_rot, x, y, ctx.pic_width, ctx.pic_height);
+    const q16 width = pixels_to_q16(ctx.pic_width);
+    const q16 height = pixels_to_q16(ctx.pic_height);
+    // 3. Clamp from above only; a pixel left of or above the picture is kept.
+    const q16 fx = std::min(pixels_to_q16(unrotated.x), width);
+    const q16 fy = std::min(pixels_to_q16(unrotated.y), height);
+    // 4. Normalised coordinates, -1 to +1, v upwards.
+    q16 u = q16_mul(wrap_sub(div_or_zero(fx, width), kQ16Half), kQ16Two);
+    q16 v = q16_mul(wrap_sub(kQ16Half, div_or_zero(fy, height)), kQ16Two);
+    // 5. Past the zenith or nadir the picture is upside down about the
+    // mirrored tilt. The magnitude test is in float, the sign test on the word.
+    const q16 t_c = ctx.tilt;
+    const float tilt_f = q16_to_float(t_c);
+    const bool over_pole = std::fabs(tilt_f) > 90.0f;
+    q16 t_e = t_c;
+    if (over_pole) {
+        u = wrap_neg(u);
+        v = wrap_neg(v);
+        t_e = t_c < kQ16Deg90 + 1 ? wrap_sub(kQ16MinusDeg180, t_c) : wrap_sub(kQ16Deg180, t_c);
+    }
+    // 6. Lens values of the half fields of view.
+    const q16 gh = half_fov_lens_value(ctx.projection_type, hfov);
+    const q16 gv = half_fov_lens_value(ctx.projection_type, vfov);
+    // 7. The ray's offset in the picture plane and its angle off the axis.
+    q16 rx = q16_mul(gh, u);
+    q16 ry = q16_mul(gv, v);
+    const q16 r2 = wrap_add(q16_mul(ry, ry), q16_mul(rx, rx));
+    const q16 r = sqrt_x(r2);
+    const q16 theta = q16_from_float(lens_angle(ctx.projection_type, q16_to_float(r)));
+    // 8. The ray on the unit sphere; C is its component along the axis.
+    q16 c = 0;
+    if (theta >= kQ16SmallAngle && r != 0) {
+        const q16 s = sin_x(theta);
+        c = sqrt_x(wrap_sub(kQ16One, q16_mul(s, s)));
+        rx = q16_div(q16_mul(rx, s), r);
+        ry = q16_div(q16_mul(ry, s), r);
+    } else {
+        c = sqrt_x(wrap_sub(kQ16One, r2));
+    }
+    // 9. The camera tilt's cosine, and its sine taken from it.
+    const q16 c_t = cos_x(q16_deg_to_rad(t_e));
+    q16 s_t = sqrt_x(wrap_sub(kQ16One, q16_mul(c_t, c_t)));
+    if (t_e < 0) s_t = wrap_neg(s_t);
+    // 10. Tilted out of the camera frame: N forward and level, E upwards.
+    const q16 n = wrap_sub(q16_mul(c_t, c), q16_mul(s_t, ry));
+    const q16 e = wrap_add(q16_mul(c, s_t), q16_mul(c_t, ry));
+    // 11. Tilt of the ray.
+    const float e_f = q16_to_float(e);
+    float tilt_out = static_cast<float>(std::asin(static_cast<double>(e_f)) * kRadToDegD);
+    // 12. Pan offset of the ray; a ray straight up or down keeps the pan.
+    const float n_f = q16_to_float(n);
+    const float x_f = q16_to_float(rx);
+    q16 pan_out = ctx.pan;
+    if (n_f != 0.0f || x_f != 0.0f) {
+        const float ratio = x_f / n_f;
+        const float q = static_cast<float>(std::atan(static_cast<double>(ratio)) * kRadToDegD);
+        pan_out = wrap_add(ctx.pan, q16_from_float(q));
+    }
+    // 13. A ray behind the camera is expressed as a tilt past the zenith or
+    // nadir with the pan offset kept within +-90, not as a pan turned by 180.
+    const bool behind = over_pole ? n_f >= 0.0f : n_f < 0.0f;
+    if (behind) {
+        tilt_out = tilt_out < 0.0f ? -180.0f - tilt_out : 180.0f - tilt_out;
+        if (tilt_f != 0.0f) {
+            if (tilt_f > 0.0f && e_f < 0.0f) {
+                tilt_out += 360.0f;
+            } else if (tilt_f < 0.0f && e_f >= 0.0f) {
+                tilt_out -= 360.0f;
+            }
+        }
+    }
+    // 14. Pan into [-180, 180], once.
+    if (pan_out >= kAbove180) {
+        pan_out = wrap_sub(pan_out, kQ16Deg360);
+    } else if (pan_out < kQ16MinusDeg180) {
+        pan_out = wrap_add(pan_out, kQ16Deg360);
+    }
+    // 15. Results.
+    return {pan_out, q16_from_float(tilt_out)};
+}
+
+PanTiltX movement_to_pixel_x(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
+    // 1. The absolute direction of the pixel, linear for dewarped pictures.
+    const PanTiltX absolute =
+        ctx.dewarp_status == 1 ? linear_direction_of_pixel_x(ctx, x, y) : direction_of_pixel_x(ctx, x, y);
+    // 2. and 3. Differences from the camera, each brought into [-360, 360]
+    // on its own; no wrap into +-180.
+    return {reduce_to_one_turn(wrap_sub(absolute.pan, ctx.pan)), reduce_to_one_turn(wrap_sub(absolute.tilt, ctx.tilt))};
+}
+
+}  // namespace viewgeo
+
+using namespace viewgeo;
+
+extern "C" {
+
+VIEWGEO_API void viewgeo_to_pixel_x(const viewgeo_context *ctx, int32_t *x, int32_t *y, int32_t pan, int32_t tilt) {
+    const PixelPair pixel = pixel_of_direction_x(*ctx, pan, tilt);
+    *x = pixel.x;
+    *y = pixel.y;
+}
+
+VIEWGEO_API void viewgeo_to_ptz_x(const viewgeo_context *ctx, int32_t *pan, int32_t *tilt, int32_t x, int32_t y) {
+    const PanTiltX direction = direction_of_pixel_x(*ctx, x, y);
+    *pan = direction.pan;
+    *tilt = direction.tilt;
+}
+
+VIEWGEO_API void viewgeo_to_ptz_x_rel(const viewgeo_context *ctx, int32_t *pan, int32_t *tilt, int32_t x, int32_t y) {
+    const PanTiltX movement = movement_to_pixel_x(*ctx, x, y);
+    *pan = movement.pan;
+    *tilt = movement.tilt;
+}
+
+}  // extern "C"
