@@ -90,6 +90,7 @@ int set_remote_center(int channel, float center_pan, float center_tilt, int cali
 
     bool written = false;
     bool skipping = false;
+    bool line_open = false;  // the copy so far ends inside a line
     char buf[kLineBufferSize];
     // A read error ends the copy as the end of the file does; without the
     // test a file that cannot be read (a directory) would never end.
@@ -107,11 +108,17 @@ int set_remote_center(int channel, float center_pan, float center_tilt, int cali
                 copy_piece(new_file, buf, n);
                 skipping = false;
             }
+            line_open = false;
         } else if (!skipping) {
             copy_piece(new_file, buf, n);
+            line_open = buf[n - 1] != '\n';
         }
     }
     if (!written) {
+        // An old file without a final line feed gets one first: glued to its
+        // last line, the new header would not read as one, and its keys
+        // would land in the group before it.
+        if (line_open) fs::print(new_file, "\n");
         fs::print(new_file, "[channel_%d]\n", channel);
         write_key_lines(new_file, center_pan, center_tilt, calibration_status, auto_calibrated);
     }

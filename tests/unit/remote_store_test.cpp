@@ -149,10 +149,26 @@ TEST(RemoteStoreWrite, HeaderOnLastLineWithoutNewlineIsCopiedAndTheGroupAppended
     TempRoot root;
     root.write(kConf, "[lens_fov]\nvfov = 40\n[channel_1]");
     EXPECT_EQ(viewgeo_set_remote_center(1, 1.0f, 2.0f, 3, 4), 0);
-    // Not a header without its line feed: copied as it stands, so the
-    // appended header follows it on the same line.
+    // Not a header without its line feed: copied as it stands, and the
+    // appended group starts on a line of its own.
     EXPECT_EQ(root.read(kConf),
-              "[lens_fov]\nvfov = 40\n[channel_1]" + group("[channel_1]", "1.000000", "2.000000", 3, 4));
+              "[lens_fov]\nvfov = 40\n[channel_1]\n" + group("[channel_1]", "1.000000", "2.000000", 3, 4));
+}
+
+TEST(RemoteStoreWrite, AppendedGroupAfterAMissingFinalNewlineStaysReadable) {
+    TempRoot root;
+    root.write(kConf, "[channel_2]\ncenter_pan = 5\ncenter_tilt = 6\ncalibration_status = 7\nauto_calibrated = 8\n"
+                      "# last line");
+    EXPECT_EQ(viewgeo_set_remote_center(3, 1.0f, 2.0f, 0, 0), 0);
+    viewgeo_remote_calibration *two = viewgeo_get_remote_calibrated(2);
+    viewgeo_remote_calibration *three = viewgeo_get_remote_calibrated(3);
+    ASSERT_NE(two, nullptr);
+    ASSERT_NE(three, nullptr);
+    EXPECT_EQ(two->calibration_status, 7);
+    EXPECT_EQ(two->auto_calibrated, 8);
+    EXPECT_EQ(three->calibration_status, 0);
+    std::free(two);
+    std::free(three);
 }
 
 TEST(RemoteStoreWrite, HeaderWithoutNewlineInsideTheChannelsGroupIsDropped) {
@@ -567,6 +583,65 @@ TEST(RemoteStoreRead, WriterOutputReadsBackForManyChannels) {
             EXPECT_EQ(cal->auto_calibrated, -channel);
         }
         std::free(cal);
+    }
+}
+
+// Files of well-formed headers with junk between them: rewriting one
+// channel never changes what the others read back.
+TEST(RemoteStoreProperty, RewriteLeavesEveryOtherChannelAsItReads) {
+    TempRoot root;
+    unsigned state = 2024;
+    auto next = [&state](unsigned n) {
+        state = state * 1103515245u + 12345u;
+        return (state >> 16) % n;
+    };
+    const char *junk[] = {"# note\n", "\n", "garbage without equals\n", "center_pan = 77\n", "x = \x01\x02\xff\n",
+                          "vfov = 12\n", "calibration_status = oops\n"};
+    for (int round = 0; round < 40; ++round) {
+        std::string text;
+        const int groups = 3 + static_cast<int>(next(6));
+        for (int g = 0; g < groups; ++g) {
+            const int kind = static_cast<int>(next(7));
+            if (kind == 0) {
+                text += "[lens_fov]\nvfov = 40\n";
+            } else {
+                text += "[channel_" + std::to_string(kind) + "]\n";
+                const char *keys[] = {"center_pan = ", "center_tilt = ", "calibration_status = ", "auto_calibrated = "};
+                for (const char *key : keys) {
+                    if (next(5) != 0) text += std::string(key) + std::to_string(next(300)) + "\n";
+                    if (next(4) == 0) text += junk[next(7)];
+                    if (next(9) == 0) text += std::string(100 + next(150), 'L') + "\n";
+                }
+            }
+        }
+        if (next(3) == 0) text += "tail without newline";
+        root.write(kConf, text);
+
+        auto snapshot = [](int channel) {
+            std::string out;
+            viewgeo_context *ctx = viewgeo_context_create();
+            viewgeo_set_pantilt_x(ctx, -1, -1);
+            const int status = viewgeo_get_remote_center(ctx, channel);
+            out += std::to_string(status) + ":" + std::to_string(ctx->pan) + "," + std::to_string(ctx->tilt);
+            viewgeo_context_delete(ctx);
+            viewgeo_remote_calibration *cal = viewgeo_get_remote_calibrated(channel);
+            if (cal != nullptr) {
+                out += ":" + std::to_string(cal->calibration_status) + "," + std::to_string(cal->auto_calibrated);
+                std::free(cal);
+            }
+            return out;
+        };
+        std::string before[7];
+        for (int ch = 1; ch <= 6; ++ch) before[ch] = snapshot(ch);
+        const int target = 1 + static_cast<int>(next(6));
+        ASSERT_EQ(viewgeo_set_remote_center(target, 12.5f, -4.0f, 3, 1), 0);
+        for (int ch = 1; ch <= 6; ++ch) {
+            if (ch == target) {
+                EXPECT_EQ(snapshot(ch), "0:819200,-262144:3,1") << round;
+            } else {
+                EXPECT_EQ(snapshot(ch), before[ch]) << round << " channel " << ch;
+            }
+        }
     }
 }
 
