@@ -237,6 +237,21 @@ TEST(RemoteToPixel, TargetOutsideThePictureFailsAfterOneRestart) {
     EXPECT_LT(want.evaluations, 151);
 }
 
+TEST(RemoteToPixel, SearchThatNeverSettlesFailsAfter151Evaluations) {
+    TempRoot root;
+    write_channel_one(root);
+    Context c(deg(120), deg(70));
+    std::int32_t x = 0, y = 0;
+    // Inside the picture, but the fixed steps of two pixels per degree do
+    // not bring both errors below half a degree within 151 evaluations.
+    EXPECT_EQ(viewgeo_remote_to_pixel(c.ctx, &x, &y, deg(42), deg(-35), 1), -1);
+    EXPECT_EQ(x, -1);
+    EXPECT_EQ(y, -1);
+    const SearchResult want = reference_search(c.ctx, deg(42), deg(-35));
+    EXPECT_EQ(want.status, -1);
+    EXPECT_EQ(want.evaluations, 151);
+}
+
 TEST(RemoteToPixel, TargetFarBelowFails) {
     TempRoot root;
     write_channel_one(root);
