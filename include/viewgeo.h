@@ -287,8 +287,12 @@ typedef struct viewgeo_remote_calibration {
  * and group (owner: the real user id), renamed over the old one, and the
  * directory is synced. Every other group is kept byte for byte; the
  * channel's group, however often it appears, gets the new key lines, or is
- * appended when absent. Returns 0, or -1 when the new file cannot be
- * created, its mode or owner set, the rename or the directory sync fails.
+ * appended when absent (on a new line when the old file lacks a final line
+ * feed). Lines longer than 99 characters are judged in pieces of 99. A
+ * missing old file is not an error. Returns 0, or -1 when the old file
+ * exists but cannot be opened, the new file cannot be created, its mode or
+ * owner cannot be set, or the rename or the directory sync fails; before the
+ * rename the old file stays as it was.
  */
 VIEWGEO_API int viewgeo_set_remote_center(int channel, float center_pan, float center_tilt, int calibration_status, int auto_calibrated);
 /**
