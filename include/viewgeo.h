@@ -31,6 +31,7 @@
 
 #include <stdbool.h>
 #include <stdint.h>
+#include <stdio.h>
 
 #ifndef VIEWGEO_API
 #  if defined(VIEWGEO_STATIC_DEFINE)
@@ -376,7 +377,186 @@ VIEWGEO_API void viewgeo_ptz_to_cartesian_f(float pan, float tilt, float *x, flo
  */
 VIEWGEO_API int viewgeo_cartesian_to_ptz_f(float x, float y, float z, float *pan, float *tilt);
 
-/* @@OVERVIEW@@ */
+/* ------------------------------------------------------------------------
+ * Overview camera
+ *
+ * A wide-angle overview camera with a circular fisheye picture beside the
+ * PTZ camera. Its record is created from /etc/viewgeo/ovista.conf and maps
+ * overview pixels to PTZ pan/tilt and back (equidistant fisheye: the angle
+ * from the lens axis grows linearly with the distance from the circle's
+ * centre). Angles are degrees, all arithmetic single precision. A record
+ * belongs to one thread at a time; the configuration reads share one open
+ * file with the remote-camera reads, so callers must not let them overlap.
+ * ------------------------------------------------------------------------ */
+
+/**
+ * A polynomial correction in an angle x (degrees): type 1 quadratic
+ * A x^2 + B x + C, type 2 cubic A x^3 + B x^2 + C x + D, any other type none.
+ */
+typedef struct viewgeo_ovista_compensator {
+    int32_t type; /**< 1 quadratic, 2 cubic, other values no correction */
+    float A;      /**< coefficient of the highest power */
+    float B;
+    float C;
+    float D;      /**< constant term of the cubic; unused by the quadratic */
+} viewgeo_ovista_compensator;
+
+/**
+ * The overview camera. Fractions are of the picture width or height; the
+ * defaults (in brackets) describe a centred circle of 585 pixels radius in a
+ * 1920 x 1080 picture, looking straight down.
+ */
+typedef struct viewgeo_ovista_context {
+    float center_x;    /**< x of the fisheye centre, fraction of the width [0.5] */
+    float center_y;    /**< y of the fisheye centre, fraction of the height [0.5] */
+    float field_angle; /**< degrees from the lens axis seen at radius_x [99] */
+    float radius_x;    /**< circle radius, fraction of the width [0.3046875] */
+    float radius_y;    /**< circle radius, fraction of the height; stored and saved only [0.541666687] */
+    int32_t rotation;  /**< picture rotation, whole degrees, added to pan towards pixels [0] */
+    int32_t mirror;    /**< nonzero: picture mirrored, pan sense reversed towards pixels [0] */
+    viewgeo_ovista_compensator pan_comp;  /**< degrees added to pan, pixel to PTZ (index 0) */
+    viewgeo_ovista_compensator tilt_comp; /**< degrees added to tilt, pixel to PTZ (index 1) */
+    viewgeo_ovista_compensator x_comp;    /**< pixels added to x, PTZ to pixel (index 2) */
+    viewgeo_ovista_compensator y_comp;    /**< pixels added to y, PTZ to pixel (index 3) */
+    float center_pan;  /**< PTZ pan of the overview camera's axis, degrees [0] */
+    float center_tilt; /**< PTZ tilt of the overview camera's axis, degrees [-90] */
+} viewgeo_ovista_context;
+
+/**
+ * Allocates an overview context with the defaults, overlaid by what
+ * /etc/viewgeo/ovista.conf holds (reads that file). A missing file gives pure
+ * defaults. Null when out of memory or when the file exists but cannot be
+ * read (logged). Values in the file are taken unvalidated.
+ */
+VIEWGEO_API viewgeo_ovista_context *viewgeo_ovista_context_create(void);
+/** Frees the context; null is allowed. */
+VIEWGEO_API void viewgeo_ovista_context_delete(viewgeo_ovista_context *ctx);
+
+/** Sets the PTZ pan and tilt (degrees) of the overview camera's axis, unvalidated. */
+VIEWGEO_API void viewgeo_set_ovista_angles(viewgeo_ovista_context *ctx, float center_pan, float center_tilt);
+/** Reads the PTZ pan and tilt (degrees) of the overview camera's axis. */
+VIEWGEO_API void viewgeo_get_ovista_angles(const viewgeo_ovista_context *ctx, float *center_pan, float *center_tilt);
+/** Sets the picture rotation in whole degrees, stored as given; never saved to the file. */
+VIEWGEO_API void ptz_set_ovista_rotation(viewgeo_ovista_context *ctx, int rotation);
+/** Nonzero mirrors the picture (pan sense reversed towards pixels); never saved to the file. */
+VIEWGEO_API void ptz_set_ovista_mirror(viewgeo_ovista_context *ctx, int mirror);
+/**
+ * Sets the fisheye circle: centre and radii as fractions of the picture
+ * width (x) and height (y), and the angle from the axis (degrees) at radius_x.
+ * Note the argument order differs from the record's. Unvalidated.
+ */
+VIEWGEO_API void viewgeo_set_lens_characteristics(viewgeo_ovista_context *ctx, float center_x, float center_y, float radius_x, float radius_y, float field_angle);
+/** Reads the fisheye circle, in the argument order of the setter. */
+VIEWGEO_API void viewgeo_get_lens_characteristics(const viewgeo_ovista_context *ctx, float *center_x, float *center_y, float *radius_x, float *radius_y, float *field_angle);
+/**
+ * Stores type and coefficients in compensator `which`: 0 pan, 1 tilt, 2 x,
+ * 3 y. Any other index is the caller's error with no defined result: debug
+ * builds stop on an assertion, release builds change nothing.
+ */
+VIEWGEO_API void viewgeo_set_ovista_compensator(viewgeo_ovista_context *ctx, int which, int type, float A, float B, float C, float D);
+/**
+ * Reads compensator `which` (0 pan, 1 tilt, 2 x, 3 y) and returns its type.
+ * Any other index is the caller's error with no defined result: debug builds
+ * stop on an assertion, release builds write nothing and return 0.
+ */
+VIEWGEO_API int viewgeo_get_ovista_compensator(const viewgeo_ovista_context *ctx, int which, int *type, float *A, float *B, float *C, float *D);
+
+/**
+ * Quadrant of a pixel offset from the fisheye centre (dx > 0 left of it,
+ * dy > 0 above it): 4 when dy is 0; otherwise 0 (dx <= 0) or 1 (dx >= 1)
+ * above, 2 (dx <= 0) or 3 (dx >= 1) below. dx = 0 counts as not left.
+ */
+VIEWGEO_API int ovista_get_movement_dir(int dx, int dy);
+/** ((x x) a + x b) + c in single precision, in this order. */
+VIEWGEO_API float compensate_quadr(float x, float a, float b, float c);
+/** With s = x x: (((s x) a + s b) + x c) + d in single precision, in this order. */
+VIEWGEO_API float compensate_cubic(float x, float a, float b, float c, float d);
+/**
+ * The correction of `comp` at angle x (degrees): quadratic for type 1 (D
+ * ignored), cubic for type 2, 0 for any other type. The result is in the
+ * unit of its target: degrees for pan/tilt, pixels for x/y.
+ */
+VIEWGEO_API float compensate_error(const viewgeo_ovista_compensator *comp, float x);
+
+/**
+ * PTZ direction of overview pixel (x, y), relative to the overview axis: pan
+ * (degrees, 0 straight up in the picture, growing clockwise) plus the pan
+ * correction, and tilt as the angle from the axis plus the tilt correction.
+ * The picture size comes from vctx (viewgeo_get_pic_dim). A zero width,
+ * radius_x or field_angle gives infinities or NaN, unguarded. No file access.
+ */
+VIEWGEO_API void viewgeo_ovista_to_ptz_f_rel(const viewgeo_ovista_context *octx, const viewgeo_context *vctx, float *pan, float *tilt, int x, int y);
+/**
+ * Absolute PTZ pan/tilt (degrees) of overview pixel (x, y): the relative
+ * direction plus the axis, pan wrapped once into [-180, 180], tilt unwrapped.
+ */
+VIEWGEO_API void viewgeo_ovista_to_ptz_f(const viewgeo_ovista_context *octx, const viewgeo_context *vctx, float *pan, float *tilt, int x, int y);
+/**
+ * Overview pixel where the PTZ direction pan/tilt (degrees) appears, after
+ * rotation (a sum above 180 only is wrapped once), mirroring and the x/y
+ * corrections, rounded half away from zero. The axis direction itself gives
+ * the truncated circle centre without correction. Not the exact inverse of
+ * viewgeo_ovista_to_ptz_f(). Out-of-range results saturate to the int range.
+ */
+VIEWGEO_API void viewgeo_ovista_to_pixel_f(const viewgeo_ovista_context *octx, const viewgeo_context *vctx, float pan, float tilt, int *x, int *y);
+
+/**
+ * Writes the context to /etc/viewgeo/ovista.conf atomically (through
+ * ovista.conf.tmp, synced, mode 0664, renamed, directory synced). Rotation and
+ * mirror are not saved. 0 on success, -1 on any failure (details logged).
+ */
+VIEWGEO_API int viewgeo_ovista_context_save(const viewgeo_ovista_context *ctx);
+/** As viewgeo_ovista_context_save(), to the backup /etc/viewgeo/ovista.bak. */
+VIEWGEO_API int viewgeo_ovista_context_backup(const viewgeo_ovista_context *ctx);
+/**
+ * Loads /etc/viewgeo/ovista.bak into a new context (defaults when it is
+ * missing), saves that to /etc/viewgeo/ovista.conf, frees *ctx and stores
+ * the new context there, even when the save failed. Returns the save's
+ * 0 or -1; -1 with *ctx untouched when the backup cannot be read or memory
+ * is exhausted. ctx must not be null.
+ */
+VIEWGEO_API int viewgeo_ovista_context_restore(viewgeo_ovista_context **ctx);
+
+/** Nonzero when a file-status query on `path` succeeds (the file exists). */
+VIEWGEO_API int file_exists(const char *path);
+/**
+ * Loads the configuration file `path` into *ctx, allocating it when *ctx is
+ * null: every field first to its default, then what the file holds (unknown
+ * groups and keys ignored, an unconvertible value keeps the default). A
+ * missing file leaves the defaults. A file that cannot be read frees *ctx,
+ * sets it to null and logs. *ctx stays null when allocation fails.
+ */
+VIEWGEO_API void load_conf(viewgeo_ovista_context **ctx, const char *path);
+/** Takes one "[common]" entry (ovista_center_pan, ovista_center_tilt); others ignored. */
+VIEWGEO_API void load_common_group(viewgeo_ovista_context *ctx, const char *key, const char *value);
+/** Takes one "[lens_charac]" entry (center_x, center_y, radius_x, radius_y, field_angle). */
+VIEWGEO_API void load_lens_group(viewgeo_ovista_context *ctx, const char *key, const char *value);
+/**
+ * Takes one compensator entry: "type" as a decimal integer (0 when it does
+ * not convert, saturated to the int32 range) or A, B, C, D as floats.
+ */
+VIEWGEO_API void load_compensator(viewgeo_ovista_compensator *comp, const char *key, const char *value);
+/**
+ * Writes the context to `path` atomically through `path` plus ".tmp".
+ * Returns 0, or -1 after logging "Failed to save viewgeo_ovista_context at
+ * <path>, error code: <errno>/<code>"; code -1 no memory, -2 open, -3 flush,
+ * -4 sync, -5 close, -6 chmod, -7 rename, -8 open directory, -9 sync
+ * directory, -10 close directory, or the sum of failed print lines (the file
+ * is then in place). The temporary file is left behind after a failure.
+ */
+VIEWGEO_API int save_conf(const viewgeo_ovista_context *ctx, const char *path);
+/** Prints the "[common]" group; 0, or minus the number of lines that failed (logged). */
+VIEWGEO_API int save_common_group(const viewgeo_ovista_context *ctx, FILE *stream);
+/** Prints the "[lens_charac]" group; 0, or minus the number of lines that failed (logged). */
+VIEWGEO_API int save_lens_group(const viewgeo_ovista_context *ctx, FILE *stream);
+/**
+ * Prints a compensator group headed "[group]"; 0 or negative (logged). A
+ * failed type line makes the count -1 whatever the header gave; each failed
+ * coefficient line then subtracts 1.
+ */
+VIEWGEO_API int save_compensator(const viewgeo_ovista_compensator *comp, const char *group, FILE *stream);
+/** Prints "key = value" with six decimals; 0, or -1 after logging the failure. */
+VIEWGEO_API int save_float(FILE *stream, const char *key, float value);
 
 #ifdef __cplusplus
 }
