@@ -8,6 +8,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string>
@@ -142,6 +143,53 @@ TEST(CrashConsistency, OverviewBackupKilledAtEveryStepLeavesOldOrNewBackup) {
     const std::string new_text = root.read(kBackup);
 
     kill_at_every_step(root, kBackup, old_text, new_text, write);
+}
+
+TEST(CrashConsistency, RemoteRewriteKilledAtEveryStepLeavesOldOrNewFile) {
+    TempRoot root;
+    constexpr const char *kRemoteConf = "/etc/viewgeo/remoteptz.conf";
+    const std::string old_text =
+        "[channel_1]\ncenter_pan = 10.500000\ncenter_tilt = -3.250000\ncalibration_status = 1\n"
+        "auto_calibrated = 0\n[lens_fov]\nvfov = 42.5\n[channel_2]\ncenter_pan = 1.000000\n"
+        "center_tilt = 2.000000\ncalibration_status = 0\nauto_calibrated = 0\n";
+    // Written out by hand: channel 2's key lines replaced, all else kept.
+    const std::string new_text =
+        "[channel_1]\ncenter_pan = 10.500000\ncenter_tilt = -3.250000\ncalibration_status = 1\n"
+        "auto_calibrated = 0\n[lens_fov]\nvfov = 42.5\n[channel_2]\ncenter_pan = -170.250000\n"
+        "center_tilt = 45.125000\ncalibration_status = 3\nauto_calibrated = 1\n";
+    const auto write = [] { return viewgeo_set_remote_center(2, -170.25f, 45.125f, 3, 1); };
+
+    kill_at_every_step(root, kRemoteConf, old_text, new_text, write);
+
+    // The other channel reads back unchanged after all that.
+    viewgeo_remote_calibration *one = viewgeo_get_remote_calibrated(1);
+    ASSERT_NE(one, nullptr);
+    EXPECT_EQ(one->calibration_status, 1);
+    EXPECT_EQ(one->auto_calibrated, 0);
+    std::free(one);
+}
+
+TEST(CrashConsistency, RemoteRewriteKilledAtEveryStepOfAFirstWriteLeavesNoFileOrTheNewOne) {
+    TempRoot root;
+    constexpr const char *kRemoteConf = "/etc/viewgeo/remoteptz.conf";
+    const auto write = [] { return viewgeo_set_remote_center(2, 10.5f, -3.25f, 1, 0); };
+    const std::string new_text =
+        "[channel_2]\ncenter_pan = 10.500000\ncenter_tilt = -3.250000\ncalibration_status = 1\n"
+        "auto_calibrated = 0\n";
+    const int steps = calls_of(write);
+    ASSERT_EQ(root.read(kRemoteConf), new_text);
+    ASSERT_GT(steps, 5);
+    for (int n = 1; n <= steps; ++n) {
+        root.remove(kRemoteConf);
+        const ChildResult child = run_killed_at(n, write);
+        ASSERT_TRUE(child.killed) << "the writer was not stopped before call " << n;
+        if (root.exists(kRemoteConf)) {
+            EXPECT_EQ(root.read(kRemoteConf), new_text) << "killed before call " << n;
+        }
+        root.remove(kRemoteConf);
+        EXPECT_EQ(write(), 0) << "after a kill before call " << n;
+        EXPECT_EQ(root.read(kRemoteConf), new_text);
+    }
 }
 
 TEST(CrashConsistency, KillHookStopsTheChildBeforeTheChosenCall) {

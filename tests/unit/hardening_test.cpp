@@ -7,11 +7,13 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "core/q16.h"
 #include "platform/fs.h"
 #include "platform/log.h"
 #include "support/temp_root.h"
@@ -136,6 +138,30 @@ TEST(Hardening, OverviewSaveSucceedsAfterThePlantedLinkIsRemoved) {
     EXPECT_EQ(viewgeo_ovista_context_save(ctx.get()), 0);
     EXPECT_EQ(root.read(kVictim), kPrecious);
     EXPECT_FALSE(root.exists(kOvistaTmp));
+}
+
+TEST(Hardening, FixedPointDivisionByZeroSaturatesInsteadOfTrapping) {
+    EXPECT_EQ(viewgeo::q16_div(0x10000, 0), INT32_MAX);
+    EXPECT_EQ(viewgeo::q16_div(-1, 0), INT32_MIN);
+    EXPECT_EQ(viewgeo::q16_div(0, 0), 0);
+    EXPECT_EQ(viewgeo::q16_div(0x30000, 0x20000), 0x18000);  // 3 / 2, unchanged
+}
+
+TEST(Hardening, RemoteZoomOfAZeroSizedPictureDoesNotStopTheProcess) {
+    TempRoot root;
+    viewgeo_context *ctx = viewgeo_context_create();
+    ASSERT_NE(ctx, nullptr);
+    viewgeo_set_horiz_fov_f(ctx, 120.0f);
+    // 0 and 65536 both become the Q16.16 word 0, the divisor that trapped.
+    for (const std::int32_t size : {0, 65536}) {
+        viewgeo_set_pic_dim(ctx, size, size);
+        const std::int32_t width = viewgeo_to_remote_zoom(ctx, 10, 10, 4);
+        EXPECT_EQ(width, viewgeo_to_remote_zoom(ctx, 10, 10, 4)) << size;
+        std::int32_t pan = 0;
+        std::int32_t tilt = 0;
+        EXPECT_EQ(viewgeo_to_remote_ptz(ctx, &pan, &tilt, 10, 10), 0) << size;
+    }
+    viewgeo_context_delete(ctx);
 }
 
 }  // namespace
