@@ -140,6 +140,30 @@ void overview(const viewgeo_context *vctx, Words &w) {
     twice<int>([&](int *px, int *py) { viewgeo_ovista_to_pixel_f(&oc, vctx, pan, tilt, px, py); });
 }
 
+void remote(viewgeo_context *ctx, Words &w) {
+    const std::int32_t x = w.next_int();
+    const std::int32_t y = w.next_int();
+    const std::int32_t width = w.next_int();
+    twice<std::int32_t>([&](std::int32_t *p, std::int32_t *t) { viewgeo_to_remote_ptz(ctx, p, t, x, y); });
+    FUZZ_CHECK(viewgeo_to_remote_zoom(ctx, x, y, width) == viewgeo_to_remote_zoom(ctx, x, y, width));
+    twice<float>([&](float *p, float *t) { viewgeo_panorama_spherical_to_remote_ptz(ctx, p, t, x, y); });
+
+    const float pan = w.next_float();
+    const float tilt = w.next_float();
+    float v[3];
+    viewgeo_ptz_to_cartesian_f(pan, tilt, &v[0], &v[1], &v[2]);
+    float back_pan = 0.0f;
+    float back_tilt = 0.0f;
+    viewgeo_cartesian_to_ptz_f(v[0], v[1], v[2], &back_pan, &back_tilt);
+    viewgeo_cartesian_to_ptz_f(w.next_float(), w.next_float(), w.next_float(), &back_pan, &back_tilt);
+
+    // Without a calibration file this fails before it projects; with the
+    // channel's group missing as well. Either way it must stay defined.
+    std::int32_t px = 0;
+    std::int32_t py = 0;
+    viewgeo_remote_to_pixel(ctx, &px, &py, w.next_int(), w.next_int(), static_cast<int>(w.next() & 3u));
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
@@ -151,6 +175,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     projections(ctx, w);
     utilities(w);
     overview(ctx, w);
+    remote(ctx, w);
     viewgeo_context_delete(ctx);
     return 0;
 }

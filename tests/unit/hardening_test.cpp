@@ -164,4 +164,47 @@ TEST(Hardening, RemoteZoomOfAZeroSizedPictureDoesNotStopTheProcess) {
     viewgeo_context_delete(ctx);
 }
 
+TEST(Hardening, RemoteRewriteFailsCleanlyOnALinkAtItsNewFile) {
+    TempRoot root;
+    constexpr const char *kRemoteConf = "/etc/viewgeo/remoteptz.conf";
+    constexpr const char *kRemoteNew = "/etc/viewgeo/remoteptz.conf.new";
+    const std::string old_text = "[channel_1]\ncenter_pan = 1.000000\ncenter_tilt = 2.000000\n"
+                                 "calibration_status = 0\nauto_calibrated = 0\n";
+    root.write(kRemoteConf, old_text);
+    root.write(kVictim, kPrecious);
+    plant_link(root, kRemoteNew, kVictim);
+
+    EXPECT_EQ(viewgeo_set_remote_center(1, 5.0f, 6.0f, 1, 1), -1);
+
+    EXPECT_EQ(root.read(kVictim), kPrecious);
+    EXPECT_TRUE(is_symlink(root.real(kRemoteNew)));
+    EXPECT_EQ(link_target(root.real(kRemoteNew)), root.real(kVictim));
+    EXPECT_EQ(root.read(kRemoteConf), old_text);
+}
+
+TEST(Hardening, RemoteRewriteDoesNotCreateTheTargetOfADanglingLink) {
+    TempRoot root;
+    plant_link(root, "/etc/viewgeo/remoteptz.conf.new", "/etc/viewgeo/created-through-link");
+
+    EXPECT_EQ(viewgeo_set_remote_center(1, 5.0f, 6.0f, 1, 1), -1);
+
+    EXPECT_FALSE(root.exists("/etc/viewgeo/created-through-link"));
+    EXPECT_FALSE(root.exists("/etc/viewgeo/remoteptz.conf"));
+}
+
+TEST(Hardening, RemoteRewriteReplacesALinkAtTheTargetWithoutWritingThroughIt) {
+    TempRoot root;
+    constexpr const char *kRemoteConf = "/etc/viewgeo/remoteptz.conf";
+    // The old text is read through the link, the new file takes its place.
+    root.write(kVictim, "[lens_fov]\nvfov = 40\n");
+    plant_link(root, kRemoteConf, kVictim);
+
+    EXPECT_EQ(viewgeo_set_remote_center(1, 5.0f, 6.0f, 1, 1), 0);
+
+    EXPECT_EQ(root.read(kVictim), "[lens_fov]\nvfov = 40\n");
+    EXPECT_FALSE(is_symlink(root.real(kRemoteConf)));
+    EXPECT_EQ(root.read(kRemoteConf), "[lens_fov]\nvfov = 40\n[channel_1]\ncenter_pan = 5.000000\n"
+                                      "center_tilt = 6.000000\ncalibration_status = 1\nauto_calibrated = 1\n");
+}
+
 }  // namespace
