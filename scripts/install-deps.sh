@@ -2,7 +2,7 @@
 # Installs what building and testing the library needs, from Debian's packages.
 # Does nothing when everything is already there.
 set -eu
-packages="cmake g++ make pkg-config libinih-dev libgtest-dev libgmock-dev libbenchmark-dev binutils libcli11-dev libfixmath-dev"
+packages="cmake g++ make pkg-config libinih-dev libgtest-dev libgmock-dev libbenchmark-dev binutils libcli11-dev libfixmath-dev clang libclang-rt-14-dev valgrind qemu-user"
 missing=""
 for p in $packages; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing="$missing $p"

@@ -1,8 +1,13 @@
 #!/bin/sh
-# Builds the library and runs every test: the CI build (warnings as errors),
-# then the same suite under AddressSanitizer and UndefinedBehaviorSanitizer.
+# Builds the library and runs every test:
+#   1. the CI build (warnings as errors) and its tests;
+#   2. the same suite under AddressSanitizer and UndefinedBehaviorSanitizer;
+#   3. the suite under valgrind memcheck;
+#   4. each fuzzer for a bounded time on its corpus.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 cmake --workflow --preset ci
 cmake --workflow --preset sanitize
+scripts/valgrind.sh
+scripts/fuzz.sh 45

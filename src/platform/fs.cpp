@@ -80,14 +80,26 @@ FILE *fopen(const char *path, const char *mode) {
 
 FILE *fopen_new_for_write(const char *path) {
     VIEWGEO_FAIL_IF(Op::FopenNew, nullptr);
-    const int fd = ::open(resolve(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666);
+    // Whatever another process left at the path is checked before anything
+    // is cut: a symbolic link is not followed, a FIFO does not block the
+    // open, and a file with a second name (a hard link planted there) or
+    // anything but a regular file is refused rather than truncated.
+    const int fd = ::open(resolve(path).c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
     if (fd < 0) return nullptr;
-    FILE *file = ::fdopen(fd, "w");
-    if (file == nullptr) {
-        const int saved = errno;
+    auto fail = [fd](int err) -> FILE * {
         ::close(fd);
-        errno = saved;
-    }
+        errno = err;
+        return nullptr;
+    };
+    struct stat st;
+    if (::fstat(fd, &st) != 0) return fail(errno);
+    if (!S_ISREG(st.st_mode)) return fail(EINVAL);
+    if (st.st_nlink != 1) return fail(EMLINK);
+    if (::ftruncate(fd, 0) != 0) return fail(errno);
+    const int flags = ::fcntl(fd, F_GETFL);
+    if (flags < 0 || ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) != 0) return fail(errno);
+    FILE *file = ::fdopen(fd, "w");
+    if (file == nullptr) return fail(errno);
     return file;
 }
 

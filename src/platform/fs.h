@@ -15,8 +15,10 @@ int stat(const char *path, struct stat *st);
 // True when a file-status query on the path succeeds.
 bool exists(const char *path);
 FILE *fopen(const char *path, const char *mode);
-// Opens for writing, creating or truncating, mode 0666 before the umask; a
-// symbolic link at the path is not followed (the open fails instead).
+// Opens for writing, creating or truncating, mode 0666 before the umask.
+// Fails (errno ELOOP, ENXIO, EINVAL or EMLINK) rather than write through a
+// symbolic link, block on a FIFO, or truncate a device, a directory or a
+// file that has another name (hard link) at the path.
 FILE *fopen_new_for_write(const char *path);
 int fflush(FILE *file);
 // fsync() of the stream's descriptor.

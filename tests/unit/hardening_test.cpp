@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <climits>
 #include <cstdint>
 #include <memory>
@@ -205,6 +206,56 @@ TEST(Hardening, RemoteRewriteReplacesALinkAtTheTargetWithoutWritingThroughIt) {
     EXPECT_FALSE(is_symlink(root.real(kRemoteConf)));
     EXPECT_EQ(root.read(kRemoteConf), "[lens_fov]\nvfov = 40\n[channel_1]\ncenter_pan = 5.000000\n"
                                       "center_tilt = 6.000000\ncalibration_status = 1\nauto_calibrated = 1\n");
+}
+
+}  // namespace
+
+namespace {
+
+TEST(Hardening, NewFileOpenRefusesAFifoWithoutBlocking) {
+    TempRoot root;
+    ASSERT_EQ(::mkfifo(root.real(kOvistaTmp).c_str(), 0600), 0);
+    errno = 0;
+    EXPECT_EQ(fs::fopen_new_for_write(kOvistaTmp), nullptr);  // no reader: ENXIO at once
+    EXPECT_EQ(errno, ENXIO);
+}
+
+TEST(Hardening, NewFileOpenRefusesAHardLinkAndLeavesItsOtherNameIntact) {
+    TempRoot root;
+    root.write(kVictim, kPrecious);
+    ASSERT_EQ(::link(root.real(kVictim).c_str(), root.real(kOvistaTmp).c_str()), 0);
+    errno = 0;
+    EXPECT_EQ(fs::fopen_new_for_write(kOvistaTmp), nullptr);
+    EXPECT_EQ(errno, EMLINK);
+    EXPECT_EQ(root.read(kVictim), kPrecious);
+}
+
+TEST(Hardening, OverviewSaveOverAHardLinkedTemporaryFailsAndKeepsBothFiles) {
+    TempRoot root;
+    root.write(kVictim, kPrecious);
+    root.write(kOvistaConf, "[lens_charac]\nfield_angle = 120.000000\n");
+    ASSERT_EQ(::link(root.real(kVictim).c_str(), root.real(kOvistaTmp).c_str()), 0);
+    OvistaPtr ctx(viewgeo_ovista_context_create());
+    ASSERT_NE(ctx, nullptr);
+    EXPECT_EQ(viewgeo_ovista_context_save(ctx.get()), -1);
+    EXPECT_EQ(root.read(kVictim), kPrecious);
+    EXPECT_EQ(root.read(kOvistaConf), "[lens_charac]\nfield_angle = 120.000000\n");
+}
+
+TEST(Hardening, NewFileOpenRefusesADirectory) {
+    TempRoot root;
+    root.make_dir("/etc/viewgeo/remoteptz.conf.new");
+    EXPECT_EQ(fs::fopen_new_for_write("/etc/viewgeo/remoteptz.conf.new"), nullptr);
+}
+
+TEST(Hardening, NewFileOpenTruncatesAnOrdinaryLeftover) {
+    TempRoot root;
+    root.write(kOvistaTmp, "left behind by a failed write\n");
+    FILE *file = fs::fopen_new_for_write(kOvistaTmp);
+    ASSERT_NE(file, nullptr);
+    std::fputs("new\n", file);
+    EXPECT_EQ(fs::fclose(file), 0);
+    EXPECT_EQ(root.read(kOvistaTmp), "new\n");
 }
 
 }  // namespace
