@@ -16,16 +16,6 @@ namespace {
 constexpr float kTwoRadToDegF = static_cast<float>(kTwoRadToDegD);
 static_assert(static_cast<double>(kTwoRadToDegF) == kTwoRadToDegD);
 
-// The rounded division, except that a zero divisor gives the limit of the
-// quotient instead of a 64-bit division by zero: the largest word of the
-// dividend's sign, and 0 for 0 / 0. Callers must not pass a zero field of
-// view or zoom; this only keeps their mistake harmless. A saturated tangent
-// gives about 180 degrees, as the float form's infinite one does.
-q16 div_or_limit(q16 a, q16 b) {
-    if (b == 0) return a > 0 ? INT32_MAX : (a < 0 ? INT32_MIN : 0);
-    return q16_div(a, b);
-}
-
 // 2 atan(t) in Q16.16 degrees for a Q16.16 tangent. The arc tangent is taken
 // in single precision; the conversion back and the scaling stay in Q16.16.
 q16 double_atan_deg_x(q16 t) {
@@ -48,7 +38,8 @@ q16 zoom_magnification_x(q16 fov_a, q16 fov_b) {
     // tan b / tan a as (s_b c_a) / (c_b s_a): one division instead of three.
     const q16 num = q16_mul(c_b, s_a);
     const q16 den = q16_mul(s_b, c_a);
-    return div_or_limit(den, num);
+    // A zero fov_a (num 0) is the caller's mistake; the division saturates.
+    return q16_div(den, num);
 }
 
 void zoom_fov_f(float zoom_a, float fov, float zoom_b, float &fov_a_out, float &fov_b_out) {
@@ -70,8 +61,10 @@ void zoom_fov_x(q16 zoom_a, q16 fov, q16 zoom_b, q16 &fov_a_out, q16 &fov_b_out)
     // A field of view of half a turn has no tangent; 0 is what it has
     // always given.
     const q16 t = c == 0 ? 0 : q16_div(s, c);
-    const q16 u = div_or_limit(t, zoom_a);
-    const q16 w = div_or_limit(u, zoom_b);
+    // A zero zoom saturates the tangent, which gives about 180 degrees, as
+    // the float form's infinite one does.
+    const q16 u = q16_div(t, zoom_a);
+    const q16 w = q16_div(u, zoom_b);
     fov_a_out = double_atan_deg_x(u);
     fov_b_out = double_atan_deg_x(w);
 }
