@@ -8,18 +8,20 @@
 //                                           another target (OUTPUTS, written by
 //                                           `outputs` there) differs marked,
 //                                           where the difference is a NaN's sign
+//   viewgeo_conformance merge FILE OUTPUTS libm
+//                                           the same, and any other difference
+//                                           becomes a libm tolerance (only after
+//                                           tracing it to the maths library)
 //
 // A vector file is text: comment lines start with '#'; every other line is
 //   NAME INPUT... : OUTPUT... [! MARK ...]
 // with 'i' words in signed decimal and 'f' words as the float's bits in hex.
 // Marks:
-//   ! nan-D-P OUTPUT...     the result depends on the sign bit of a NaN; the
-//                           OUTPUTs hold on targets whose NaN behaviour is
-//                           nan-D-P, the main outputs on the behaviour named in
-//                           the file's "# nan-behaviour:" line. D is the sign
-//                           of the NaN an invalid operation makes (set on x86,
-//                           clear on ARM), P what subtracting a NaN does to its
-//                           sign (keep; flip in ARM's soft-float routines).
+//   ! nan@TARGET OUTPUT...  the result depends on the sign bit of a NaN met
+//                           on the way, which differs between targets: the
+//                           OUTPUTs hold on TARGET (armel, armhf, aarch64...),
+//                           the main outputs on the target named in the file's
+//                           "# nan-behaviour:" line (where it was generated).
 //   ! libm K:N ...          output K may differ by up to N (units of the
 //                           word, or ulps of a float) where the system maths
 //                           library rounds differently.
@@ -93,16 +95,25 @@ const Calculation *find_calculation(const std::string &name) {
     return it == index.end() ? nullptr : it->second;
 }
 
-// This target's NaN behaviour: the sign of the NaN an invalid operation
-// makes, and what 1 - NaN does to a positive NaN's sign.
+// The target, as the marks name it. The sign a NaN ends up with is not the
+// same on these: an invalid operation makes a negative NaN on x86 and a
+// positive one on ARM; ARM's soft-float routines subtract a NaN by flipping
+// its sign first; the compilers keep or flip the sign of a NaN in different
+// places (negations, conversions). IEEE 754 leaves all of that open.
 std::string nan_behaviour() {
-    volatile float zero = 0.0f;
-    const float made = zero / zero;
-    volatile float positive_nan = std::bit_cast<float>(0x7FC00000u);
-    const float difference = 1.0f - positive_nan;
-    std::string name = (std::bit_cast<std::uint32_t>(made) >> 31) ? "nan-set" : "nan-clear";
-    name += (std::bit_cast<std::uint32_t>(difference) >> 31) ? "-flip" : "-keep";
-    return name;
+#if defined(__x86_64__)
+    return "nan@x86_64";
+#elif defined(__i386__)
+    return "nan@i386";
+#elif defined(__aarch64__)
+    return "nan@aarch64";
+#elif defined(__arm__) && defined(__SOFTFP__)
+    return "nan@armel";
+#elif defined(__arm__)
+    return "nan@armhf";
+#else
+    return "nan@other";
+#endif
 }
 
 // Whether computing the vector met a NaN: a NaN among the inputs, or an
@@ -180,7 +191,7 @@ bool parse_vector(const std::string &line, Vector &v, std::string &error) {
         if (token != "!") return error = "unexpected " + token, false;
         std::string mark;
         s >> mark;
-        if (mark.rfind("nan-", 0) == 0) {
+        if (mark.rfind("nan@", 0) == 0) {
             if (!read_words(s, v.calc->outputs, v.nan_outputs[mark])) return error = "bad " + mark + " outputs", false;
         } else if (mark == "libm") {
             std::string spec;
@@ -294,7 +305,7 @@ int outputs(const char *path) {
 
 // Adds the other target's outputs as a NaN mark where they differ and the
 // vector meets a NaN here; any other difference is reported and fails.
-int merge(const char *path, const char *other_path) {
+int merge(const char *path, const char *other_path, bool libm) {
     const std::string other = file_nan_behaviour(other_path);
     if (other.empty() || other == file_nan_behaviour(path)) {
         std::fprintf(stderr, "%s: no NaN behaviour to merge\n", other_path);
@@ -319,10 +330,24 @@ int merge(const char *path, const char *other_path) {
             ++unexplained;
             return;
         }
-        if (theirs == v->out || v->nan_outputs.count(other) != 0) {
+        bool within = true;
+        for (std::size_t k = 0; k < theirs.size(); ++k) {
+            const auto tol = v->libm.find(k);
+            if (distance(v->calc->outputs[k], theirs[k], v->out[k]) > (tol == v->libm.end() ? 0 : tol->second)) within = false;
+        }
+        if (within || v->nan_outputs.count(other) != 0) {
             std::printf("%s\n", line.c_str());
         } else if (meets_nan(*v->calc, v->in)) {
             std::printf("%s ! %s %s\n", line.c_str(), other.c_str(), format_words(v->calc->outputs, theirs).c_str());
+        } else if (libm) {
+            std::string marks;
+            for (std::size_t k = 0; k < theirs.size(); ++k) {
+                const std::uint64_t d = distance(v->calc->outputs[k], theirs[k], v->out[k]);
+                const auto old = v->libm.find(k);
+                if (d != 0 && (old == v->libm.end() || old->second < d)) marks += " " + std::to_string(k) + ":" + std::to_string(d);
+            }
+            std::printf("%s ! libm%s\n", line.c_str(), marks.c_str());
+            std::fprintf(stderr, "%s:%d: libm tolerance%s for %s\n", path, number, marks.c_str(), other.c_str());
         } else {
             std::printf("%s\n", line.c_str());
             std::fprintf(stderr, "%s:%d: differs without a NaN: %s on %s\n", path, number,
@@ -341,11 +366,12 @@ int main(int argc, char **argv) {
     if (argc == 3 && std::strcmp(argv[1], "generate") == 0) return generate(argv[2]);
     if (argc == 3 && std::strcmp(argv[1], "check") == 0) return check(argv[2]);
     if (argc == 3 && std::strcmp(argv[1], "outputs") == 0) return outputs(argv[2]);
-    if (argc == 4 && std::strcmp(argv[1], "merge") == 0) return merge(argv[2], argv[3]);
+    if (argc == 4 && std::strcmp(argv[1], "merge") == 0) return merge(argv[2], argv[3], false);
+    if (argc == 5 && std::strcmp(argv[1], "merge") == 0 && std::strcmp(argv[4], "libm") == 0) return merge(argv[2], argv[3], true);
     if (argc == 2 && std::strcmp(argv[1], "families") == 0) {
         for (const Family &f : families()) std::printf("%s\n", f.name.c_str());
         return 0;
     }
-    std::fprintf(stderr, "usage: %s generate FAMILY | check FILE | outputs FILE | merge FILE OUTPUTS | families\n", argv[0]);
+    std::fprintf(stderr, "usage: %s generate FAMILY | check FILE | outputs FILE | merge FILE OUTPUTS [libm] | families\n", argv[0]);
     return 2;
 }
