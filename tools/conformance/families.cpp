@@ -13,6 +13,7 @@ const std::vector<Family> &families() {
         utilities_family(),
         misalignment_family(),
         overview_family(),
+        remote_family(),
     };
     return all;
 }

@@ -11,5 +11,6 @@ Family view_family();
 Family utilities_family();
 Family misalignment_family();
 Family overview_family();
+Family remote_family();
 
 }  // namespace conformance
