@@ -5,14 +5,21 @@
 # the toolchain files set CTest's cross-compiling emulator. The test presets
 # stride the exhaustive fixed-point sweeps (VIEWGEO_SWEEP_STRIDE); the host
 # build runs them in full. The conformance vectors run on every target.
+# Every target is built and tested; the exit status is nonzero if any failed.
 #
 # Usage: scripts/test-cross.sh [armel|armhf|arm64]...   (default: armel arm64)
 set -eu
 cd "$(dirname "$0")/.."
 targets=${*:-armel arm64}
 scripts/install-cross-deps.sh $targets
+failed=""
 for t in $targets; do
     start=$(date +%s)
-    cmake --workflow --preset "cross-$t"
-    echo "cross-$t: built and tested in $(( $(date +%s) - start )) s"
+    if cmake --workflow --preset "cross-$t"; then
+        echo "cross-$t: built and tested in $(( $(date +%s) - start )) s"
+    else
+        echo "cross-$t: FAILED after $(( $(date +%s) - start )) s"
+        failed="$failed $t"
+    fi
 done
+[ -z "$failed" ] || { echo "failed:$failed" >&2; exit 1; }
