@@ -4,7 +4,7 @@
 // A family is a group of exported calculations. Each calculation has a name,
 // the kinds of its input and output words ('i' a signed 32-bit integer, 'f'
 // the bits of a float), a function computing the outputs through the public
-// interface, and a sampler that draws inputs from a seeded generator. The
+// interface, and a sampler that draws inputs from a deterministic generator. The
 // same table serves the generator (draw, compute, print) and the check (read,
 // compute, compare), so a new family is one new file and one line in
 // families.cpp.

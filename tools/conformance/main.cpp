@@ -42,7 +42,7 @@
 namespace conformance {
 namespace {
 
-constexpr std::uint64_t kSeed = 0x5649455747454F31ull;  // fixed: the files must not change
+constexpr std::uint64_t kStartState = 0x5649455747454F31ull;  // fixed: the files must not change
 
 // FNV-1a of a calculation's name: its own stream of inputs.
 std::uint64_t name_hash(const std::string &name) {
@@ -140,7 +140,7 @@ int generate(const std::string &family_name) {
         }
         // One stream per calculation, so that adding one leaves the others' vectors as they are.
         for (const Calculation &c : f.calculations) {
-            Rng rng(kSeed ^ name_hash(c.name));
+            Rng rng(kStartState ^ name_hash(c.name));
             for (int n = 0; n < c.count; ++n) {
                 const Words in = c.sample(rng);
                 if (in.size() != c.inputs.size()) {
@@ -194,14 +194,14 @@ bool parse_vector(const std::string &line, Vector &v, std::string &error) {
         if (mark.rfind("nan@", 0) == 0) {
             if (!read_words(s, v.calc->outputs, v.nan_outputs[mark])) return error = "bad " + mark + " outputs", false;
         } else if (mark == "libm") {
-            std::string spec;
-            while (s >> spec && spec != "!") {
+            std::string tolerance;
+            while (s >> tolerance && tolerance != "!") {
                 unsigned k = 0, n = 0;
-                if (std::sscanf(spec.c_str(), "%u:%u", &k, &n) != 2 || k >= v.calc->outputs.size())
-                    return error = "bad libm tolerance " + spec, false;
+                if (std::sscanf(tolerance.c_str(), "%u:%u", &k, &n) != 2 || k >= v.calc->outputs.size())
+                    return error = "bad libm tolerance " + tolerance, false;
                 v.libm[k] = n;
             }
-            if (spec == "!") s.seekg(-1, std::ios_base::cur);
+            if (tolerance == "!") s.seekg(-1, std::ios_base::cur);
         } else {
             return error = "unknown mark " + mark, false;
         }

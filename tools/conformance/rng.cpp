@@ -1,4 +1,4 @@
-// The seeded generator and the input samplers shared by the families.
+// The deterministic generator and the input samplers shared by the families.
 #include <bit>
 #include <cmath>
 
