@@ -1,18 +1,7 @@
-# Cross build for aarch64-linux-gnu with Debian's cross compiler and multiarch
-# libraries (dpkg --add-architecture; see scripts/install-cross-deps.sh).
-# Tests run under qemu-aarch64 through CTest's emulator setting.
-set(CMAKE_SYSTEM_NAME Linux)
+# 64-bit ARM (Debian arm64). Its floating-point unit has fused multiply-add,
+# which the build's -ffp-contract=off keeps out of the library's arithmetic.
+# Tests run under qemu-aarch64.
+set(VIEWGEO_CROSS_TRIPLE aarch64-linux-gnu)
+set(VIEWGEO_CROSS_QEMU qemu-aarch64)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
-set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
-set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
-set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
-
-# Multiarch: headers in /usr/include, libraries in /usr/lib/aarch64-linux-gnu.
-set(CMAKE_FIND_ROOT_PATH /usr/aarch64-linux-gnu)
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY BOTH)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE BOTH)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
-set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/aarch64-linux-gnu/pkgconfig:/usr/share/pkgconfig)
-
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64;-L;/usr/aarch64-linux-gnu)
+include(${CMAKE_CURRENT_LIST_DIR}/debian-cross.cmake)

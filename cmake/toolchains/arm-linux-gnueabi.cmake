@@ -1,18 +1,9 @@
-# Cross build for arm-linux-gnueabi with Debian's cross compiler and multiarch
-# libraries (dpkg --add-architecture; see scripts/install-cross-deps.sh).
-# Tests run under qemu-arm through CTest's emulator setting.
-set(CMAKE_SYSTEM_NAME Linux)
+# The camera's processor: 32-bit ARM without a floating-point unit (Debian
+# armel: ARMv5TE, soft-float ABI), where every float and double operation is
+# a library routine. Tests run under qemu-arm.
+set(VIEWGEO_CROSS_TRIPLE arm-linux-gnueabi)
+set(VIEWGEO_CROSS_QEMU qemu-arm)
 set(CMAKE_SYSTEM_PROCESSOR arm)
-set(CMAKE_C_COMPILER arm-linux-gnueabi-gcc)
-set(CMAKE_CXX_COMPILER arm-linux-gnueabi-g++)
-set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabi)
-
-# Multiarch: headers in /usr/include, libraries in /usr/lib/arm-linux-gnueabi.
-set(CMAKE_FIND_ROOT_PATH /usr/arm-linux-gnueabi)
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY BOTH)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE BOTH)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
-set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/arm-linux-gnueabi/pkgconfig:/usr/share/pkgconfig)
-
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm;-L;/usr/arm-linux-gnueabi)
+set(CMAKE_C_FLAGS_INIT "-march=armv5te -mfloat-abi=soft")
+set(CMAKE_CXX_FLAGS_INIT "-march=armv5te -mfloat-abi=soft")
+include(${CMAKE_CURRENT_LIST_DIR}/debian-cross.cmake)

@@ -498,8 +498,15 @@ TEST(RemoteStoreRead, OutOfRangeNumbersAreDefined) {
     EXPECT_EQ(c.ctx->tilt, INT32_MIN);
     viewgeo_remote_calibration *cal = viewgeo_get_remote_calibrated(1);
     ASSERT_NE(cal, nullptr);
-    EXPECT_EQ(cal->calibration_status, 1);  // 2^32 + 1 stored modulo 2^32
-    EXPECT_EQ(cal->auto_calibrated, static_cast<int>(static_cast<long>(LONG_MAX)));
+    EXPECT_EQ(cal->calibration_status, INT32_MAX);  // 2^32 + 1 saturates
+    EXPECT_EQ(cal->auto_calibrated, INT32_MAX);
+    std::free(cal);
+    root.write(kConf, "[channel_1]\ncenter_pan = 0\ncenter_tilt = 0\n"
+                      "calibration_status = -4294967297\nauto_calibrated = -2147483648\n");
+    cal = viewgeo_get_remote_calibrated(1);
+    ASSERT_NE(cal, nullptr);
+    EXPECT_EQ(cal->calibration_status, INT32_MIN);
+    EXPECT_EQ(cal->auto_calibrated, INT32_MIN);
     std::free(cal);
 }
 

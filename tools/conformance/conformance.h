@@ -1,0 +1,87 @@
+// Conformance vectors: the library's calculations on recorded inputs, with
+// the outputs they must give bit for bit on every target.
+//
+// A family is a group of exported calculations. Each calculation has a name,
+// the kinds of its input and output words ('i' a signed 32-bit integer, 'f'
+// the bits of a float), a function computing the outputs through the public
+// interface, and a sampler that draws inputs from a deterministic generator. The
+// same table serves the generator (draw, compute, print) and the check (read,
+// compute, compare), so a new family is one new file and one line in
+// families.cpp.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "viewgeo.h"
+
+namespace conformance {
+
+using Words = std::vector<std::uint32_t>;
+
+// Small deterministic generator (splitmix64): the vectors must not depend on
+// the standard library's distributions, which differ between releases.
+class Rng {
+public:
+    explicit Rng(std::uint64_t state) : state_(state) {}
+    std::uint64_t next();
+    std::uint32_t u32() { return static_cast<std::uint32_t>(next() >> 32); }
+    // Integer in [lo, hi].
+    std::int32_t range(std::int32_t lo, std::int32_t hi);
+    // Float in [lo, hi), drawn in double and rounded once.
+    float uniform(float lo, float hi);
+    // True with probability percent / 100.
+    bool chance(int percent) { return range(0, 99) < percent; }
+    template <typename T, std::size_t N>
+    T pick(const T (&options)[N]) {
+        return options[static_cast<std::size_t>(range(0, static_cast<std::int32_t>(N) - 1))];
+    }
+    // An angle in degrees: mostly uniform in [lo, hi], sometimes a value on a
+    // boundary of the calculations, rarely NaN, an infinity or a huge value.
+    float angle(float lo, float hi);
+    // The same as a Q16.16 word; rarely an arbitrary word.
+    std::int32_t angle_x(float lo, float hi);
+    // A float of arbitrary bits (every class: NaN, infinities, subnormals).
+    float any_float();
+
+private:
+    std::uint64_t state_;
+};
+
+std::uint32_t bits(float f);
+float from_bits(std::uint32_t w);
+inline std::uint32_t word(std::int32_t i) { return static_cast<std::uint32_t>(i); }
+inline std::int32_t int_of(std::uint32_t w) { return static_cast<std::int32_t>(w); }
+
+struct Calculation {
+    std::string name;     // unique over all families
+    std::string inputs;   // kinds of the input words
+    std::string outputs;  // kinds of the output words
+    std::function<Words(const Words &)> compute;
+    std::function<Words(Rng &)> sample;
+    int count;  // vectors to generate
+};
+
+struct Family {
+    std::string name;
+    std::string description;
+    std::vector<Calculation> calculations;
+};
+
+// Every family, in a fixed order.
+const std::vector<Family> &families();
+
+// The view context of the PTZ camera as ten input words: pan, tilt, horizontal
+// and vertical field of view (Q16.16), vertical-field-set flag, picture width
+// and height, picture rotation, lens model, dewarp flag.
+constexpr int kViewWords = 10;
+void sample_view(Rng &rng, Words &out);
+// The context those words describe, starting at in[at]; no misalignment data.
+viewgeo_context view_of(const Words &in, std::size_t at);
+// A pixel column or row for a picture dimension: mostly inside or near the
+// picture, sometimes its centre or a corner, rarely far outside.
+std::int32_t sample_pixel(Rng &rng, std::int32_t size);
+
+}  // namespace conformance
