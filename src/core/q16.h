@@ -54,14 +54,21 @@ constexpr q16 pixels_to_q16(std::int32_t n) {
 // Truncates a float toward zero to int32. A magnitude of 2^31 or more
 // saturates by the sign bit, which also decides a NaN: sign set gives
 // INT32_MIN, clear gives INT32_MAX. The one float-to-int conversion of the
-// library; a plain cast would be undefined for these values.
+// library; a plain cast would be undefined for these values. The range and
+// NaN tests look at the bits, which costs nothing on targets where every
+// float comparison is a software routine.
 constexpr std::int32_t trunc_to_int32(float s) {
-    if (s != s) {
-        return (std::bit_cast<std::uint32_t>(s) >> 31) ? INT32_MIN : INT32_MAX;
-    }
-    if (s >= 2147483648.0f) return INT32_MAX;
-    if (s < -2147483648.0f) return INT32_MIN;
+    const std::uint32_t bits = std::bit_cast<std::uint32_t>(s);
+    // Biased exponent 158 or more: |s| >= 2^31, an infinity or a NaN.
+    if ((bits & 0x7FFFFFFFu) >= 0x4F000000u) return (bits >> 31) ? INT32_MIN : INT32_MAX;
     return static_cast<std::int32_t>(s);
+}
+
+// v > 0.0f on the bits: sign clear, not zero, not a NaN.
+constexpr bool is_positive(float v) {
+    const std::uint32_t bits = std::bit_cast<std::uint32_t>(v);
+    const std::uint32_t magnitude = bits & 0x7FFFFFFFu;
+    return (bits >> 31) == 0 && magnitude != 0 && magnitude <= 0x7F800000u;
 }
 
 // Float to Q16.16: v * 65536 and +-0.5 in single precision, then truncation.
@@ -69,7 +76,7 @@ constexpr std::int32_t trunc_to_int32(float s) {
 // kept as it is, stored values depend on it.
 constexpr q16 q16_from_float(float v) {
     const float p = v * 65536.0f;
-    const float h = v > 0.0f ? 0.5f : -0.5f;
+    const float h = is_positive(v) ? 0.5f : -0.5f;
     return trunc_to_int32(p + h);
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <limits>
+#include <vector>
 
 #include "core/q16.h"
 #include "viewgeo.h"
@@ -114,6 +115,38 @@ TEST(TruncToInt32, TruncatesTowardZeroAndSaturates) {
     EXPECT_EQ(trunc_to_int32(2147483648.0f), INT32_MAX);
     EXPECT_EQ(trunc_to_int32(-2147483648.0f), INT32_MIN);
     EXPECT_EQ(trunc_to_int32(-3e9f), INT32_MIN);
+}
+
+}  // namespace
+}  // namespace viewgeo
+
+namespace viewgeo {
+namespace {
+
+// The bit tests must agree with the float comparisons they stand for, for
+// every class of float: zeros, subnormals, normals, the int32 limits,
+// infinities and NaNs of both signs.
+TEST(Q16FromFloat, BitTestsAgreeWithFloatComparisons) {
+    std::uint32_t state = 12345;
+    auto next = [&state] {
+        state = state * 1664525u + 1013904223u;
+        return state;
+    };
+    std::vector<std::uint32_t> words = {0x00000000u, 0x80000000u, 0x00000001u, 0x80000001u, 0x7F800000u,
+                                        0xFF800000u, 0x7FC00000u, 0xFFC00000u, 0x7F800001u, 0x4EFFFFFFu,
+                                        0xCEFFFFFFu, 0x4F000000u, 0xCF000000u, 0x3F800000u, 0xBF000000u};
+    for (int i = 0; i < 200000; ++i) words.push_back(next());
+    for (const std::uint32_t w : words) {
+        const float v = std::bit_cast<float>(w);
+        EXPECT_EQ(is_positive(v), v > 0.0f) << std::hex << w;
+        if (v == v && v > -2147483648.0f - 1.0f && v < 2147483648.0f) {
+            EXPECT_EQ(trunc_to_int32(v), static_cast<std::int32_t>(v)) << std::hex << w;
+        } else if (v != v) {
+            EXPECT_EQ(trunc_to_int32(v), (w >> 31) ? INT32_MIN : INT32_MAX) << std::hex << w;
+        } else {
+            EXPECT_EQ(trunc_to_int32(v), v < 0.0f ? INT32_MIN : INT32_MAX) << std::hex << w;
+        }
+    }
 }
 
 }  // namespace
