@@ -3,7 +3,9 @@
 #   1. the CI build (warnings as errors) and its tests;
 #   2. the same suite under AddressSanitizer and UndefinedBehaviorSanitizer;
 #   3. the suite under valgrind memcheck;
-#   4. each fuzzer for a bounded time on its corpus.
+#   4. each fuzzer for a bounded time on its corpus;
+#   5. the suite cross-built for 32-bit ARM without an FPU and for 64-bit
+#      ARM, under qemu.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
@@ -11,3 +13,4 @@ cmake --workflow --preset ci
 cmake --workflow --preset sanitize
 scripts/valgrind.sh
 scripts/fuzz.sh 45
+scripts/test-cross.sh
