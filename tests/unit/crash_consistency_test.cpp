@@ -37,6 +37,7 @@ struct ChildResult {
 // checker running the suite may replace with its own.
 ChildResult run_killed_at(int n, const std::function<int()> &write) {
     ChildResult result;
+
     int fds[2];
     if (::pipe(fds) != 0) return result;
     std::fflush(nullptr);  // nothing buffered may be written twice
@@ -113,7 +114,20 @@ struct OvistaContextDeleter {
 };
 using OvistaPtr = std::unique_ptr<viewgeo_ovista_context, OvistaContextDeleter>;
 
-TEST(CrashConsistency, OverviewSaveKilledAtEveryStepLeavesOldOrNewFile) {
+// Under qemu user-mode emulation (the cross-built suite) a forked child of
+// this program dies of a segmentation fault before it writes anything; what
+// these tests check is the host kernel's file semantics, so they run on the
+// host only.
+class CrashConsistency : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (std::getenv("VIEWGEO_UNDER_EMULATION") != nullptr) {
+            GTEST_SKIP() << "fork is not usable under user-mode emulation";
+        }
+    }
+};
+
+TEST_F(CrashConsistency, OverviewSaveKilledAtEveryStepLeavesOldOrNewFile) {
     TempRoot root;
     OvistaPtr ctx(viewgeo_ovista_context_create());
     ASSERT_NE(ctx, nullptr);
@@ -129,7 +143,7 @@ TEST(CrashConsistency, OverviewSaveKilledAtEveryStepLeavesOldOrNewFile) {
     kill_at_every_step(root, kOvistaConf, old_text, new_text, write);
 }
 
-TEST(CrashConsistency, OverviewBackupKilledAtEveryStepLeavesOldOrNewBackup) {
+TEST_F(CrashConsistency, OverviewBackupKilledAtEveryStepLeavesOldOrNewBackup) {
     TempRoot root;
     constexpr const char *kBackup = "/etc/viewgeo/ovista.bak";
     OvistaPtr ctx(viewgeo_ovista_context_create());
@@ -145,7 +159,7 @@ TEST(CrashConsistency, OverviewBackupKilledAtEveryStepLeavesOldOrNewBackup) {
     kill_at_every_step(root, kBackup, old_text, new_text, write);
 }
 
-TEST(CrashConsistency, RemoteRewriteKilledAtEveryStepLeavesOldOrNewFile) {
+TEST_F(CrashConsistency, RemoteRewriteKilledAtEveryStepLeavesOldOrNewFile) {
     TempRoot root;
     constexpr const char *kRemoteConf = "/etc/viewgeo/remoteptz.conf";
     const std::string old_text =
@@ -169,7 +183,7 @@ TEST(CrashConsistency, RemoteRewriteKilledAtEveryStepLeavesOldOrNewFile) {
     std::free(one);
 }
 
-TEST(CrashConsistency, RemoteRewriteKilledAtEveryStepOfAFirstWriteLeavesNoFileOrTheNewOne) {
+TEST_F(CrashConsistency, RemoteRewriteKilledAtEveryStepOfAFirstWriteLeavesNoFileOrTheNewOne) {
     TempRoot root;
     constexpr const char *kRemoteConf = "/etc/viewgeo/remoteptz.conf";
     const auto write = [] { return viewgeo_set_remote_center(2, 10.5f, -3.25f, 1, 0); };
@@ -192,7 +206,7 @@ TEST(CrashConsistency, RemoteRewriteKilledAtEveryStepOfAFirstWriteLeavesNoFileOr
     }
 }
 
-TEST(CrashConsistency, KillHookStopsTheChildBeforeTheChosenCall) {
+TEST_F(CrashConsistency, KillHookStopsTheChildBeforeTheChosenCall) {
     TempRoot root;
     root.write("/etc/viewgeo/x", "x");
     // The third call never runs: the child dies before it.
