@@ -243,6 +243,132 @@ private:
     std::unique_ptr<viewgeo_context, Deleter> ctx_;
 };
 
+// Lens characteristics of the overview camera: centre and radii as fractions
+// of the picture width (x) and height (y), field_angle in degrees from the
+// axis at radius_x.
+struct OvistaLens {
+    float center_x = 0.0f;
+    float center_y = 0.0f;
+    float radius_x = 0.0f;
+    float radius_y = 0.0f;
+    float field_angle = 0.0f;
+    bool operator==(const OvistaLens &) const = default;
+};
+
+// The four movement compensators of the overview camera.
+enum class OvistaCompensator : int { Pan = 0, Tilt = 1, X = 2, Y = 3 };
+
+// A polynomial correction: type 1 quadratic, 2 cubic, anything else none.
+struct Compensator {
+    int type = 0;
+    float a = 0.0f;
+    float b = 0.0f;
+    float c = 0.0f;
+    float d = 0.0f;
+    bool operator==(const Compensator &) const = default;
+};
+
+// Owns a viewgeo_ovista_context, the overview (fisheye) camera beside the
+// PTZ camera. The picture size of its projections comes from a Context.
+class OvistaContext {
+public:
+    // Reads /etc/viewgeo/ovista.conf over the defaults (a missing file gives
+    // the defaults). Empty when the file exists but cannot be read, or when
+    // the library is out of memory.
+    static std::optional<OvistaContext> load() {
+        viewgeo_ovista_context *ctx = viewgeo_ovista_context_create();
+        if (ctx == nullptr) return std::nullopt;
+        return OvistaContext(ctx);
+    }
+
+    viewgeo_ovista_context *get() { return ctx_.get(); }
+    const viewgeo_ovista_context *get() const { return ctx_.get(); }
+
+    // PTZ pan/tilt (degrees) of the overview camera's axis.
+    OvistaContext &set_axis(PanTilt axis) {
+        viewgeo_set_ovista_angles(get(), axis.pan, axis.tilt);
+        return *this;
+    }
+    PanTilt axis() const {
+        PanTilt pt;
+        viewgeo_get_ovista_angles(get(), &pt.pan, &pt.tilt);
+        return pt;
+    }
+    OvistaContext &set_lens(const OvistaLens &lens) {
+        viewgeo_set_lens_characteristics(get(), lens.center_x, lens.center_y, lens.radius_x, lens.radius_y,
+                                         lens.field_angle);
+        return *this;
+    }
+    OvistaLens lens() const {
+        OvistaLens l;
+        viewgeo_get_lens_characteristics(get(), &l.center_x, &l.center_y, &l.radius_x, &l.radius_y,
+                                         &l.field_angle);
+        return l;
+    }
+    // Rotation (whole degrees) and mirroring are never saved to the file.
+    OvistaContext &set_rotation(int degrees) {
+        ptz_set_ovista_rotation(get(), degrees);
+        return *this;
+    }
+    int rotation() const { return get()->rotation; }
+    OvistaContext &set_mirror(bool mirrored) {
+        ptz_set_ovista_mirror(get(), mirrored ? 1 : 0);
+        return *this;
+    }
+    bool mirror() const { return get()->mirror != 0; }
+    OvistaContext &set_compensator(OvistaCompensator which, const Compensator &comp) {
+        viewgeo_set_ovista_compensator(get(), static_cast<int>(which), comp.type, comp.a, comp.b, comp.c, comp.d);
+        return *this;
+    }
+    Compensator compensator(OvistaCompensator which) const {
+        Compensator comp;
+        viewgeo_get_ovista_compensator(get(), static_cast<int>(which), &comp.type, &comp.a, &comp.b, &comp.c,
+                                       &comp.d);
+        return comp;
+    }
+
+    // Projections; `view` gives the overview picture's size.
+    PanTilt to_ptz(const Context &view, Pixel pixel) const {
+        PanTilt pt;
+        viewgeo_ovista_to_ptz_f(get(), view.get(), &pt.pan, &pt.tilt, pixel.x, pixel.y);
+        return pt;
+    }
+    PanTilt to_ptz_rel(const Context &view, Pixel pixel) const {
+        PanTilt pt;
+        viewgeo_ovista_to_ptz_f_rel(get(), view.get(), &pt.pan, &pt.tilt, pixel.x, pixel.y);
+        return pt;
+    }
+    Pixel to_pixel(const Context &view, PanTilt direction) const {
+        Pixel p;
+        viewgeo_ovista_to_pixel_f(get(), view.get(), direction.pan, direction.tilt, &p.x, &p.y);
+        return p;
+    }
+
+    // The configuration files; false on failure (details in the system log).
+    bool save() const { return viewgeo_ovista_context_save(get()) == 0; }
+    bool backup() const { return viewgeo_ovista_context_backup(get()) == 0; }
+    // Replaces this context by the backup (defaults when there is none) and
+    // saves it as the working file. False when the backup cannot be read
+    // (this context unchanged) or when the save failed (context replaced).
+    bool restore() {
+        viewgeo_ovista_context *ctx = ctx_.get();
+        const int result = viewgeo_ovista_context_restore(&ctx);
+        if (ctx != ctx_.get()) {
+            (void)ctx_.release();  // already freed by the library
+            ctx_.reset(ctx);
+        }
+        return result == 0;
+    }
+
+private:
+    explicit OvistaContext(viewgeo_ovista_context *ctx) : ctx_(ctx) {}
+
+    struct Deleter {
+        void operator()(viewgeo_ovista_context *ctx) const { viewgeo_ovista_context_delete(ctx); }
+    };
+    std::unique_ptr<viewgeo_ovista_context, Deleter> ctx_;
+};
+
 // Utilities.
 inline float pan_delta(float pan_a, float pan_b) { return viewgeo_get_pan_delta(pan_a, pan_b); }
 inline Q16 pan_delta(Q16 pan_a, Q16 pan_b) { return Q16::from_raw(viewgeo_get_pan_delta_x(pan_a.raw(), pan_b.raw())); }
