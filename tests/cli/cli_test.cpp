@@ -213,6 +213,13 @@ TEST_F(Tool, GridDrawsTheVisibleLinesAsWellFormedSvg) {
     EXPECT_EQ(std::distance(std::sregex_iterator(xml.begin(), xml.end(), path), std::sregex_iterator()), 4);
     EXPECT_THAT(xml, HasSubstr("data-label=\"-25\""));
     EXPECT_THAT(xml, HasSubstr("<rect class=\"frame\""));
+    // Every line is labelled with its value; the horizon stands out.
+    const std::regex label("<text class=\"(pan|tilt)\"");
+    EXPECT_EQ(std::distance(std::sregex_iterator(xml.begin(), xml.end(), label), std::sregex_iterator()), 4);
+    EXPECT_THAT(xml, HasSubstr(">pan -25</text>"));
+    EXPECT_THAT(xml, HasSubstr(">tilt 0 (horizon)</text>"));
+    EXPECT_THAT(xml, HasSubstr("data-label=\"0\" style=\"stroke-width:5\""));
+    EXPECT_THAT(xml, HasSubstr(">rectilinear lens, 1920x1080, hfov 60, "));
 }
 
 TEST(WellFormed, RejectsBrokenXml) {
