@@ -115,11 +115,9 @@ TEST_F(Ovista, UnreadableFileIsAnErrorNamingIt) {
 TEST_F(Ovista, SetChangesFieldsAndSaves) {
     const ToolResult r = run("ovista set field_angle 120 center_pan -30.25 x_comp.type 2 x_comp.D -1.5");
     EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_THAT(r.out, StartsWith("center_pan -30.250000\n"));
-    EXPECT_THAT(r.out, HasSubstr("\nfield_angle 120.000000\n"));
-    EXPECT_THAT(r.out, EndsWith("\nx_comp.D -1.500000\n"
-                                "y_comp.type 0\ny_comp.A 0.000000\ny_comp.B 0.000000\ny_comp.C 0.000000\n"
-                                "y_comp.D 0.000000\nsaved /etc/viewgeo/ovista.conf\n"));
+    // The fields given, in the order `ovista show` prints them.
+    EXPECT_EQ(r.out, "center_pan -30.250000  field_angle 120.000000  x_comp.type 2  x_comp.D -1.500000  "
+                     "saved /etc/viewgeo/ovista.conf\n");
     const std::string file = root_.read(kConf);
     EXPECT_THAT(file, HasSubstr("[common]\novista_center_pan = -30.250000\novista_center_tilt = -90.000000\n"));
     EXPECT_THAT(file, HasSubstr("field_angle = 120.000000\n"));
@@ -139,9 +137,7 @@ TEST_F(Ovista, SetKeepsFieldsItWasNotGiven) {
 TEST_F(Ovista, SetAsJsonEndsWithTheSavedPath) {
     const ToolResult r = run("--json ovista set radius_y 0.5");
     EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(count_lines(r.out), 1);
-    EXPECT_THAT(r.out, HasSubstr("\"radius_y\": 0.5,"));
-    EXPECT_THAT(r.out, EndsWith(", \"saved\": \"/etc/viewgeo/ovista.conf\"}\n"));
+    EXPECT_EQ(r.out, "{\"radius_y\": 0.5, \"saved\": \"/etc/viewgeo/ovista.conf\"}\n");
 }
 
 struct BadSet {
@@ -268,7 +264,7 @@ TEST_F(Ovista, BatchAsJson) {
     const ToolResult r = run("--json batch", "ovista to-ptz 960 345 --rel\novista set field_angle 90\n");
     EXPECT_EQ(r.status, 0) << r.err;
     ASSERT_EQ(count_lines(r.out), 2) << r.out;
-    EXPECT_THAT(r.out, StartsWith("{\"pan\": 0, \"tilt\": 33}\n{\"center_pan\": 0,"));
+    EXPECT_EQ(r.out, "{\"pan\": 0, \"tilt\": 33}\n{\"field_angle\": 90, \"saved\": \"/etc/viewgeo/ovista.conf\"}\n");
     EXPECT_THAT(root_.read(kConf), HasSubstr("field_angle = 90.000000\n"));
 }
 

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <memory>
+#include <set>
 
 #include "session.h"
 
@@ -20,27 +21,31 @@ OvistaContext load_or_fail() {
 
 const char *const kCompensatorNames[] = {"pan_comp", "tilt_comp", "x_comp", "y_comp"};
 
-// Every field as `ovista set` names it: the key of the file, the
-// compensators' keys behind their group ("x_comp.A").
-Report describe(const OvistaContext &ctx) {
+// The fields as `ovista set` names them: the keys of the file, the
+// compensators' keys behind their group ("x_comp.A"). All of them, or those
+// named in `only`.
+Report describe(const OvistaContext &ctx, const std::set<std::string> *only = nullptr) {
+    Report report;
+    auto add = [&](const std::string &name, float value) {
+        if (only == nullptr || only->count(name) != 0) report.add(name, value);
+    };
     const PanTilt axis = ctx.axis();
     const OvistaLens lens = ctx.lens();
-    Report report;
-    report.add("center_pan", axis.pan)
-        .add("center_tilt", axis.tilt)
-        .add("center_x", lens.center_x)
-        .add("center_y", lens.center_y)
-        .add("radius_x", lens.radius_x)
-        .add("radius_y", lens.radius_y)
-        .add("field_angle", lens.field_angle);
+    add("center_pan", axis.pan);
+    add("center_tilt", axis.tilt);
+    add("center_x", lens.center_x);
+    add("center_y", lens.center_y);
+    add("radius_x", lens.radius_x);
+    add("radius_y", lens.radius_y);
+    add("field_angle", lens.field_angle);
     for (int i = 0; i < 4; ++i) {
         const Compensator c = ctx.compensator(static_cast<OvistaCompensator>(i));
         const std::string group = kCompensatorNames[i];
-        report.add_int(group + ".type", c.type)
-            .add(group + ".A", c.a)
-            .add(group + ".B", c.b)
-            .add(group + ".C", c.c)
-            .add(group + ".D", c.d);
+        if (only == nullptr || only->count(group + ".type") != 0) report.add_int(group + ".type", c.type);
+        add(group + ".A", c.a);
+        add(group + ".B", c.b);
+        add(group + ".C", c.c);
+        add(group + ".D", c.d);
     }
     return report;
 }
@@ -155,13 +160,16 @@ void add_ovista_commands(CLI::App &app, Session &session) {
         if (set_args->more.size() % 2 != 0)
             throw CLI::ValidationError("VALUE", "missing for key '" + set_args->more.back() + "'");
         OvistaContext ctx = load_or_fail();
+        std::set<std::string> changed{set_args->key};
         set_field(ctx, set_args->key, set_args->value);
-        for (std::size_t i = 0; i < set_args->more.size(); i += 2)
+        for (std::size_t i = 0; i < set_args->more.size(); i += 2) {
             set_field(ctx, set_args->more[i], set_args->more[i + 1]);
+            changed.insert(set_args->more[i]);
+        }
         if (!ctx.save()) throw FileError(std::string("cannot write ") + kConfigPath + " (see the system log)");
-        Report report = describe(ctx);
+        Report report = describe(ctx, &changed);
         report.add_text("saved", kConfigPath);
-        session.print_long(report);
+        session.print(report);
     });
 
     ovista->add_subcommand("save", "read the configuration and write it back in the standard form")
