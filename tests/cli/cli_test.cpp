@@ -162,7 +162,7 @@ INSTANTIATE_TEST_SUITE_P(
                       BadArguments{"to-ptz 1 2 --lens fisheye", "--lens"},
                       BadArguments{"to-ptz 1 2 --hfov wide", "--hfov"},
                       BadArguments{"to-pixel 1 2 --rot", "--rot"}, BadArguments{"no-such-command", "no-such-command"},
-                      BadArguments{"zoom-fov 0 60 2", "zoom"}, BadArguments{"magnification 0 60", "fov_a"},
+                      BadArguments{"zoom-fov 0 60 2", "zoom"}, BadArguments{"zoom-fov -1 60 2", "zoom_a"}, BadArguments{"magnification 0 60", "fov_a"},
                       BadArguments{"grid --svg /nonexistent-dir/x.svg", "--svg"},
                       BadArguments{"grid --svg x.svg --step 0", "--step"}, BadArguments{"", "subcommand"}),
     [](const ::testing::TestParamInfo<BadArguments> &info) { return "Case" + std::to_string(info.index); });
