@@ -259,7 +259,123 @@ VIEWGEO_API void viewgeo_get_misalignment_offset(viewgeo_context *ctx, int32_t z
  */
 VIEWGEO_API int32_t viewgeo_compensate_misalignment_offset(viewgeo_context *ctx, int32_t zoom, int add, int32_t pan, int32_t tilt, int32_t *pan_out, int32_t *tilt_out);
 
-/* @@REMOTE@@ */
+/* ------------------------------------------------------------------------
+ * Remote PTZ camera
+ *
+ * A second PTZ camera, calibrated per channel against the main view. Its
+ * calibration lives in /etc/viewgeo/remoteptz.conf: per channel a group
+ * [channel_N] with center_pan, center_tilt (the remote pan/tilt that looks at
+ * the centre of the main picture), calibration_status and auto_calibrated,
+ * and one group [lens_fov] with the remote lens's vfov. The file is read
+ * again on every call, never cached. Nothing here is logged.
+ *
+ * Threads: the file is read through the process-wide cursor of the
+ * configuration reader and rewritten through one fixed ".new" path, so reads
+ * and rewrites of it (and reads of the overview camera's file) must be
+ * serialised by the caller. The context rules above apply as usual.
+ * ------------------------------------------------------------------------ */
+
+/** Calibration flags of one channel; the caller releases it with free(). */
+typedef struct viewgeo_remote_calibration {
+    int32_t calibration_status; /**< stored unchanged, no meaning here */
+    int32_t auto_calibrated;    /**< stored unchanged, no meaning here */
+} viewgeo_remote_calibration;
+
+/**
+ * Stores the remote centre (degrees, written with six decimals) and the two
+ * flags of `channel` in /etc/viewgeo/remoteptz.conf. The file is rewritten
+ * through /etc/viewgeo/remoteptz.conf.new, synced, given the old file's mode
+ * and group (owner: the real user id), renamed over the old one, and the
+ * directory is synced. Every other group is kept byte for byte; the
+ * channel's group, however often it appears, gets the new key lines, or is
+ * appended when absent (on a new line when the old file lacks a final line
+ * feed). Lines longer than 99 characters are judged in pieces of 99. A
+ * missing old file is not an error. Returns 0, or -1 when the old file
+ * exists but cannot be opened, the new file cannot be created, its mode or
+ * owner cannot be set, or the rename or the directory sync fails; before the
+ * rename the old file stays as it was.
+ */
+VIEWGEO_API int viewgeo_set_remote_center(int channel, float center_pan, float center_tilt, int calibration_status, int auto_calibrated);
+/**
+ * Reads the remote centre of `channel` from /etc/viewgeo/remoteptz.conf into
+ * the context's pan and tilt (rounded to Q16.16). Returns 0, or -1 (context
+ * untouched) when the file is missing or the channel's group lacks one of
+ * its four keys. A channel of 1000000 or more, or of -100000 or less, has no
+ * group name: it succeeds without reading the file and sets pan/tilt to 0.
+ */
+VIEWGEO_API int viewgeo_get_remote_center(viewgeo_context *ctx, int channel);
+/**
+ * Reads the two calibration flags of `channel` from the file, as
+ * viewgeo_get_remote_center() reads the centre. Returns a record the caller
+ * frees with free(), or null on the same failures. Channels without a group
+ * name give {0, 0}.
+ */
+VIEWGEO_API viewgeo_remote_calibration *viewgeo_get_remote_calibrated(int channel);
+
+/**
+ * Remote pan/tilt (Q16.16 degrees) that looks at pixel (x, y) of the main
+ * picture. The context describes the main picture and holds the remote
+ * centre as its pan/tilt (see viewgeo_get_remote_center()); it is only read.
+ * Below a 100-degree horizontal field this is viewgeo_to_ptz_x(); from 100
+ * degrees on, a narrower sub-view centred on the same direction with a
+ * corner on the pixel is projected instead. Tilts below -90 are folded back
+ * (-180 - tilt) with the pan turned by 180. Pixels outside the picture are
+ * projected like any others. Returns 0, or -1 when the sub-view's temporary
+ * context cannot be allocated (outputs untouched). No file access besides
+ * the presence test of the projection flag file on the wide path. The
+ * picture size must not be 0 on the wide path.
+ */
+VIEWGEO_API int viewgeo_to_remote_ptz(const viewgeo_context *ctx, int32_t *pan, int32_t *tilt, int32_t x, int32_t y);
+/**
+ * Angular width (Q16.16 degrees, >= 0) that the main view sees across
+ * `width` pixels centred on (x, y), for choosing the remote camera's zoom.
+ * Uses the context's horiz_fov and stored vert_fov field; width 0 gives 0.
+ * Pure; the picture size must not be 0. Pictures with a diagonal above
+ * about 3620 pixels wrap in the intermediate sums.
+ */
+VIEWGEO_API int32_t viewgeo_to_remote_zoom(const viewgeo_context *ctx, int32_t x, int32_t y, int32_t width);
+/**
+ * Loads the remote lens's vertical field of view ([lens_fov] vfov, degrees,
+ * the last valid entry) from /etc/viewgeo/remoteptz.conf into the context's
+ * vert_fov, and sets horiz_fov to it times pic_width / pic_height (linear
+ * scaling, Q16.16). Returns 0, or -1 (context untouched) when the picture
+ * size is 0, the file is missing or holds no valid vfov.
+ */
+VIEWGEO_API int viewgeo_get_remote_fov(viewgeo_context *ctx);
+/**
+ * Pixel of the main picture (whole pixels) that the remote camera sees at
+ * pan/tilt (Q16.16 degrees) on `channel`. Loads the channel's remote centre
+ * into the context's pan/tilt and leaves it there. Below a 100-degree
+ * horizontal field: viewgeo_to_pixel_x(). From 100 degrees on: a search of
+ * at most 151 evaluations of viewgeo_to_remote_ptz() that stops when pan and
+ * tilt are both within 0.5 degrees; the context's pic_rot becomes 0 and
+ * stays 0, and a rotation of 180 mirrors the result through the centre.
+ * Returns 0; -1 with x and y untouched when the centre cannot be read; -1
+ * with x = y = -1 when a half field of view is 0, the search leaves the
+ * picture twice or does not converge. Reads the calibration file.
+ */
+VIEWGEO_API int viewgeo_remote_to_pixel(viewgeo_context *ctx, int32_t *x, int32_t *y, int32_t pan, int32_t tilt, int channel);
+/**
+ * Remote pan/tilt (degrees, pan in (-180, 180], tilt in [-90, 90]) of pixel
+ * (x, y) of a spherical (equirectangular) panorama described by the context:
+ * angles proportional to the offset from the centre across horiz_fov and the
+ * stored vert_fov field, turned by the context's tilt and then its pan.
+ * Pure; a zero picture size gives infinities or NaN, not a crash.
+ */
+VIEWGEO_API void viewgeo_panorama_spherical_to_remote_ptz(const viewgeo_context *ctx, float *pan, float *tilt, int32_t x, int32_t y);
+
+/**
+ * Unit vector of the direction pan/tilt (degrees): +x toward pan 0 at tilt
+ * 0, +y toward pan 90, +z up. Single-precision results of double products;
+ * pan 0, tilt 0 gives z of about -4.4e-8, not 0. Pure.
+ */
+VIEWGEO_API void viewgeo_ptz_to_cartesian_f(float pan, float tilt, float *x, float *y, float *z);
+/**
+ * Pan (degrees, (-180, 180]) and tilt (degrees, [-90, 90]) of the vector
+ * (x, y, z), which need not be of unit length. Returns 0, or -1 with the
+ * outputs untouched when its length is 0 or not a number. Pure.
+ */
+VIEWGEO_API int viewgeo_cartesian_to_ptz_f(float x, float y, float z, float *pan, float *tilt);
 
 /* ------------------------------------------------------------------------
  * Overview camera

@@ -16,7 +16,10 @@
 
 #include "viewgeo.h"
 
-namespace viewgeo {
+// The C++ layer has a namespace of its own: the library's internals use
+// `viewgeo`, and a program linked to the static library must never see two
+// different functions under one name.
+namespace viewgeo::cpp {
 
 // A Q16.16 fixed-point number: the word w stands for w / 65536.
 class Q16 {
@@ -391,6 +394,6 @@ inline ZoomedFov zoom_fov(float zoom_a, float fov, float zoom_b) {
 }
 inline float wrap_pan(float pan) { return viewgeo_wrap_pan(pan); }
 
-}  // namespace viewgeo
+}  // namespace viewgeo::cpp
 
 #endif  // VIEWGEO_HPP

@@ -100,7 +100,9 @@ std::int32_t sin_of_phase(std::uint64_t phase) {
     const std::int64_t t = ((d >> 28) * kPiQ30) >> 35;
     const std::int64_t t2 = (t * t) >> 30;
     const std::int64_t cos_d = (std::int64_t{1} << 30) - (t2 >> 1);
-    const std::int64_t sin_d = t - ((t * t2) >> 30) / 6;
+    // t^3 is below 2^12 in Q30, so the division by 6 is a 32-bit one (a
+    // 64-bit division would be a library call on the 32-bit targets).
+    const std::int64_t sin_d = t - static_cast<std::int32_t>((t * t2) >> 30) / 6;
 
     const std::int64_t sin_p = kSinTable[j & kTableMask];
     const std::int64_t cos_p = kSinTable[(j + kTableQuarter) & kTableMask];

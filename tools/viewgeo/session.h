@@ -13,6 +13,8 @@
 
 namespace viewgeo::tool {
 
+using namespace viewgeo::cpp;
+
 // The camera options, in the words users think in.
 struct CameraOptions {
     std::string size = "1920x1080";

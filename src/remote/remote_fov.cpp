@@ -1,0 +1,47 @@
+// The remote lens's field of view, stored in the calibration file.
+#include <cstdint>
+#include <cstring>
+#include <sys/stat.h>
+
+#include "core/q16.h"
+#include "platform/fs.h"
+#include "platform/inikit.h"
+#include "platform/paths.h"
+#include "remote/remote_calibration.h"
+#include "viewgeo.h"
+
+namespace viewgeo {
+
+int get_remote_fov(viewgeo_context *ctx) {
+    // The 32-bit product, wrapping as it always has.
+    const auto area = static_cast<std::uint32_t>(ctx->pic_width) * static_cast<std::uint32_t>(ctx->pic_height);
+    if (area == 0) return -1;
+    // A height that is a multiple of 65536 pixels wraps to 0 in Q16.16 and
+    // could not be divided by below.
+    if (pixels_to_q16(ctx->pic_height) == 0) return -1;
+    struct stat st;
+    if (platform::fs::stat(platform::kRemoteConfigPath, &st) != 0) return -1;
+    if (!inikit_opencfg(platform::kRemoteConfigPath)) return -1;
+    bool found = false;
+    q16 vfov = 0;
+    while (const inikit_entry *entry = inikit_getcfg()) {
+        if (entry->group == nullptr || entry->key == nullptr) continue;
+        if (std::strcmp(entry->group, "lens_fov") != 0 || std::strcmp(entry->key, "vfov") != 0) continue;
+        float value = 0.0f;
+        if (!scan_float(entry->value, &value)) continue;
+        vfov = q16_from_float(value);  // the last valid entry wins
+        found = true;
+    }
+    inikit_closecfg();
+    if (!found) return -1;
+    viewgeo_set_vert_fov_x(ctx, vfov);
+    // Scaled linearly by the aspect, not by the tangent rule: the remote
+    // calibrations were made this way.
+    const q16 aspect = q16_div(pixels_to_q16(ctx->pic_width), pixels_to_q16(ctx->pic_height));
+    viewgeo_set_horiz_fov_x(ctx, q16_mul(vfov, aspect));
+    return 0;
+}
+
+}  // namespace viewgeo
+
+extern "C" VIEWGEO_API int viewgeo_get_remote_fov(viewgeo_context *ctx) { return viewgeo::get_remote_fov(ctx); }
