@@ -232,6 +232,46 @@ public:
         return {Q16::from_raw(pan), Q16::from_raw(tilt)};
     }
 
+    // Remote camera. The calibration file /etc/viewgeo/remoteptz.conf is
+    // read again on every call; reads must not overlap with other reads of
+    // it or of the overview camera's file.
+
+    // Puts the remote centre of `channel` into this context's pan/tilt.
+    // False (context unchanged) when the file or the channel's group is
+    // missing or incomplete.
+    bool load_remote_center(int channel) { return viewgeo_get_remote_center(get(), channel) == 0; }
+    // Loads the remote lens's field of view into this context (vertical as
+    // stored, horizontal scaled by the aspect). False when the picture size
+    // is 0 or the file holds no valid vfov.
+    bool load_remote_fov() { return viewgeo_get_remote_fov(get()) == 0; }
+    // Remote pan/tilt that looks at `pixel`; this context holds the remote
+    // centre as its pan/tilt. Empty when out of memory.
+    std::optional<PanTiltQ16> to_remote_ptz(Pixel pixel) const {
+        std::int32_t pan = 0, tilt = 0;
+        if (viewgeo_to_remote_ptz(get(), &pan, &tilt, pixel.x, pixel.y) != 0) return std::nullopt;
+        return PanTiltQ16{Q16::from_raw(pan), Q16::from_raw(tilt)};
+    }
+    // Angular width (degrees, >= 0) seen across `width` pixels centred on `pixel`.
+    Q16 to_remote_zoom(Pixel pixel, std::int32_t width) const {
+        return Q16::from_raw(viewgeo_to_remote_zoom(get(), pixel.x, pixel.y, width));
+    }
+    // Pixel that the remote camera on `channel` sees at `position`. Loads the
+    // channel's centre into this context's pan/tilt (left there); on the
+    // wide path the rotation becomes 0. Empty when the centre cannot be read
+    // or the position is not found in the picture.
+    std::optional<Pixel> remote_to_pixel(PanTiltQ16 position, int channel) {
+        Pixel p;
+        if (viewgeo_remote_to_pixel(get(), &p.x, &p.y, position.pan.raw(), position.tilt.raw(), channel) != 0)
+            return std::nullopt;
+        return p;
+    }
+    // Remote pan/tilt of `pixel` of the spherical panorama this context describes.
+    PanTilt panorama_to_remote_ptz(Pixel pixel) const {
+        PanTilt pt;
+        viewgeo_panorama_spherical_to_remote_ptz(get(), &pt.pan, &pt.tilt, pixel.x, pixel.y);
+        return pt;
+    }
+
 private:
     // A malloc'd copy: the context frees its texts with free().
     static char *copy_text(const std::string &text) {
@@ -245,6 +285,53 @@ private:
     };
     std::unique_ptr<viewgeo_context, Deleter> ctx_;
 };
+
+// Remote camera calibration of one channel, as stored.
+struct RemoteCalibration {
+    int status = 0;
+    int auto_calibrated = 0;
+    bool operator==(const RemoteCalibration &) const = default;
+};
+
+// Stores the remote centre (degrees) and the two flags of `channel`; false
+// when the file cannot be rewritten.
+inline bool set_remote_center(int channel, PanTilt centre, int status, int auto_calibrated) {
+    return viewgeo_set_remote_center(channel, centre.pan, centre.tilt, status, auto_calibrated) == 0;
+}
+// The remote centre of `channel` (rounded to Q16.16 as a context holds it);
+// empty when the file or the channel's group is missing or incomplete.
+inline std::optional<PanTiltQ16> remote_center(int channel) {
+    Context ctx;
+    if (!ctx.load_remote_center(channel)) return std::nullopt;
+    return ctx.pantilt_q16();
+}
+// The calibration flags of `channel`; empty on the same failures.
+inline std::optional<RemoteCalibration> remote_calibration(int channel) {
+    viewgeo_remote_calibration *raw = viewgeo_get_remote_calibrated(channel);
+    if (raw == nullptr) return std::nullopt;
+    const RemoteCalibration calibration{raw->calibration_status, raw->auto_calibrated};
+    std::free(raw);
+    return calibration;
+}
+
+// A direction as a vector: +x toward pan 0 at tilt 0, +y toward pan 90, +z up.
+struct Vector3 {
+    float x = 0.0f;
+    float y = 0.0f;
+    float z = 0.0f;
+    bool operator==(const Vector3 &) const = default;
+};
+inline Vector3 ptz_to_cartesian(PanTilt direction) {
+    Vector3 v;
+    viewgeo_ptz_to_cartesian_f(direction.pan, direction.tilt, &v.x, &v.y, &v.z);
+    return v;
+}
+// Empty for the zero vector (or one whose length is not a number).
+inline std::optional<PanTilt> cartesian_to_ptz(Vector3 v) {
+    PanTilt pt;
+    if (viewgeo_cartesian_to_ptz_f(v.x, v.y, v.z, &pt.pan, &pt.tilt) != 0) return std::nullopt;
+    return pt;
+}
 
 // Lens characteristics of the overview camera: centre and radii as fractions
 // of the picture width (x) and height (y), field_angle in degrees from the

@@ -12,16 +12,16 @@
 
 namespace {
 
-using viewgeo::Compensator;
-using viewgeo::Context;
-using viewgeo::Lens;
-using viewgeo::OvistaCompensator;
-using viewgeo::OvistaContext;
-using viewgeo::OvistaLens;
-using viewgeo::PanTilt;
-using viewgeo::PanTiltQ16;
-using viewgeo::Pixel;
-using viewgeo::Q16;
+using viewgeo::cpp::Compensator;
+using viewgeo::cpp::Context;
+using viewgeo::cpp::Lens;
+using viewgeo::cpp::OvistaCompensator;
+using viewgeo::cpp::OvistaContext;
+using viewgeo::cpp::OvistaLens;
+using viewgeo::cpp::PanTilt;
+using viewgeo::cpp::PanTiltQ16;
+using viewgeo::cpp::Pixel;
+using viewgeo::cpp::Q16;
 using viewgeo::testing::TempRoot;
 
 constexpr const char *kOvistaConf = "/etc/viewgeo/ovista.conf";
@@ -130,16 +130,16 @@ TEST(CxxContext, MisalignmentTextsThatDoNotScanAreReported) {
 }
 
 TEST(CxxUtilities, AgreeWithTheCFunctions) {
-    EXPECT_EQ(viewgeo::pan_delta(170.0f, -170.0f), 20.0f);
-    EXPECT_EQ(viewgeo::pan_delta(Q16::from_raw(170 * 65536), Q16::from_raw(-170 * 65536)).raw(), 20 * 65536);
-    EXPECT_EQ(viewgeo::wrap_pan(270.0f), -90.0f);
-    EXPECT_EQ(viewgeo::great_circle(PanTilt{0, 0}, PanTilt{90, 0}), viewgeo_get_great_circle(0, 0, 90, 0));
-    EXPECT_EQ(viewgeo::zoom_magnification(Q16::from_raw(30 * 65536), Q16::from_raw(60 * 65536)).raw(),
+    EXPECT_EQ(viewgeo::cpp::pan_delta(170.0f, -170.0f), 20.0f);
+    EXPECT_EQ(viewgeo::cpp::pan_delta(Q16::from_raw(170 * 65536), Q16::from_raw(-170 * 65536)).raw(), 20 * 65536);
+    EXPECT_EQ(viewgeo::cpp::wrap_pan(270.0f), -90.0f);
+    EXPECT_EQ(viewgeo::cpp::great_circle(PanTilt{0, 0}, PanTilt{90, 0}), viewgeo_get_great_circle(0, 0, 90, 0));
+    EXPECT_EQ(viewgeo::cpp::zoom_magnification(Q16::from_raw(30 * 65536), Q16::from_raw(60 * 65536)).raw(),
               viewgeo_get_zoom_magnification(30 * 65536, 60 * 65536));
     float a = 0, b = 0;
     viewgeo_get_zoom_fov(2.0f, 60.0f, 2.0f, &a, &b);
-    EXPECT_EQ(viewgeo::zoom_fov(2.0f, 60.0f, 2.0f).after_a, a);
-    EXPECT_EQ(viewgeo::zoom_fov(2.0f, 60.0f, 2.0f).after_b, b);
+    EXPECT_EQ(viewgeo::cpp::zoom_fov(2.0f, 60.0f, 2.0f).after_a, a);
+    EXPECT_EQ(viewgeo::cpp::zoom_fov(2.0f, 60.0f, 2.0f).after_b, b);
 }
 
 TEST(CxxOvista, MissingFileGivesTheDefaults) {
@@ -312,6 +312,104 @@ TEST(CxxOvista, OwnersMoveWithoutDoubleRelease) {
     viewgeo_context *raw_view = a.get();
     Context b = std::move(a);
     EXPECT_EQ(b.get(), raw_view);
+}
+
+constexpr const char *kRemoteConf = "/etc/viewgeo/remoteptz.conf";
+
+TEST(CxxRemote, CentreAndFlagsAreEmptyWithoutTheFile) {
+    TempRoot root;
+    EXPECT_FALSE(viewgeo::cpp::remote_center(3).has_value());
+    EXPECT_FALSE(viewgeo::cpp::remote_calibration(3).has_value());
+    Context ctx = camera();
+    EXPECT_FALSE(ctx.load_remote_center(3));
+    EXPECT_EQ(ctx.pantilt(), (PanTilt{10.0f, -20.0f})) << "context untouched";
+}
+
+TEST(CxxRemote, ReadsBackWhatWasStored) {
+    TempRoot root;
+    ASSERT_TRUE(viewgeo::cpp::set_remote_center(3, PanTilt{12.5f, -30.25f}, 2, 1));
+    const std::optional<PanTiltQ16> centre = viewgeo::cpp::remote_center(3);
+    ASSERT_TRUE(centre.has_value());
+    // 12.5 x 65536 and -30.25 x 65536, exact words.
+    EXPECT_EQ(centre->pan.raw(), 819200);
+    EXPECT_EQ(centre->tilt.raw(), -1982464);
+    EXPECT_EQ(viewgeo::cpp::remote_calibration(3), (viewgeo::cpp::RemoteCalibration{2, 1}));
+    EXPECT_FALSE(viewgeo::cpp::remote_center(4).has_value());
+    EXPECT_FALSE(viewgeo::cpp::remote_calibration(4).has_value());
+}
+
+TEST(CxxRemote, StoringIntoAMissingDirectoryFails) {
+    TempRoot root;
+    root.remove("/etc/viewgeo");
+    EXPECT_FALSE(viewgeo::cpp::set_remote_center(1, PanTilt{0.0f, 0.0f}, 0, 0));
+}
+
+TEST(CxxRemote, PointingAndBackAgreeWithTheCCalls) {
+    TempRoot root;
+    ASSERT_TRUE(viewgeo::cpp::set_remote_center(3, PanTilt{10.0f, -20.0f}, 1, 0));
+    Context ctx = camera();
+    ctx.set_pantilt(PanTilt{0.0f, 0.0f});
+    ASSERT_TRUE(ctx.load_remote_center(3));
+    EXPECT_EQ(ctx.pantilt(), (PanTilt{10.0f, -20.0f}));
+    std::int32_t pan = 0, tilt = 0;
+    ASSERT_EQ(viewgeo_to_remote_ptz(ctx.get(), &pan, &tilt, 1200, 300), 0);
+    EXPECT_EQ(ctx.to_remote_ptz(Pixel{1200, 300}), (PanTiltQ16{Q16::from_raw(pan), Q16::from_raw(tilt)}));
+    EXPECT_EQ(ctx.to_remote_zoom(Pixel{960, 540}, 0).raw(), 0);
+    EXPECT_EQ(ctx.to_remote_zoom(Pixel{960, 540}, 200).raw(), viewgeo_to_remote_zoom(ctx.get(), 960, 540, 200));
+    // The remote centre is the picture centre.
+    EXPECT_EQ(ctx.remote_to_pixel(PanTiltQ16{Q16::from_raw(10 * 65536), Q16::from_raw(-20 * 65536)}, 3),
+              (Pixel{960, 540}));
+    EXPECT_FALSE(ctx.remote_to_pixel(PanTiltQ16{}, 4).has_value()) << "no such channel";
+}
+
+TEST(CxxRemote, PositionOutsideTheWidePictureIsNotFound) {
+    TempRoot root;
+    ASSERT_TRUE(viewgeo::cpp::set_remote_center(3, PanTilt{10.0f, -20.0f}, 1, 0));
+    Context ctx = camera();
+    ctx.set_horiz_fov(120.0f).set_vert_fov(70.0f);
+    EXPECT_FALSE(ctx.remote_to_pixel(PanTiltQ16{Q16::from_raw(-170 * 65536), Q16::from_raw(60 * 65536)}, 3));
+}
+
+TEST(CxxRemote, RemoteLensFieldOfViewScalesLinearlyWithTheAspect) {
+    TempRoot root;
+    Context ctx = camera();
+    EXPECT_FALSE(ctx.load_remote_fov());
+    root.write(kRemoteConf, "[lens_fov]\nvfov = 40.0\n");
+    ASSERT_TRUE(ctx.load_remote_fov());
+    // 40 degrees, and 40 x 1920/1080 through the Q16.16 aspect word 116508.
+    EXPECT_EQ(ctx.vert_fov_q16().raw(), 2621440);
+    std::int32_t hfov = 0;
+    viewgeo_get_horiz_fov_x(ctx.get(), &hfov);
+    EXPECT_EQ(hfov, 4660320);
+}
+
+TEST(CxxRemote, PanoramaCentreIsTheCameraDirection) {
+    TempRoot root;
+    Context ctx = camera();
+    ctx.set_horiz_fov(360.0f).set_vert_fov(180.0f).set_pantilt(PanTilt{30.0f, 10.0f});
+    const PanTilt pt = ctx.panorama_to_remote_ptz(Pixel{960, 540});
+    EXPECT_NEAR(pt.pan, 30.0f, 1e-4f);
+    EXPECT_NEAR(pt.tilt, 10.0f, 1e-4f);
+}
+
+TEST(CxxCartesian, ConvertsBothWays) {
+    const viewgeo::cpp::Vector3 x = viewgeo::cpp::ptz_to_cartesian(PanTilt{0.0f, 0.0f});
+    EXPECT_NEAR(x.x, 1.0f, 1e-7f);
+    EXPECT_NEAR(x.y, 0.0f, 1e-7f);
+    EXPECT_NEAR(x.z, 0.0f, 1e-7f);
+    EXPECT_FALSE(viewgeo::cpp::cartesian_to_ptz(viewgeo::cpp::Vector3{}).has_value());
+    const std::optional<PanTilt> back = viewgeo::cpp::cartesian_to_ptz(viewgeo::cpp::Vector3{-1.0f, 0.0f, 0.0f});
+    ASSERT_TRUE(back.has_value());
+    EXPECT_EQ(back->pan, 180.0f);
+    EXPECT_NEAR(back->tilt, 0.0f, 1e-5f);
+    for (float pan = -170.0f; pan < 180.0f; pan += 20.0f) {
+        for (float tilt = -80.0f; tilt <= 80.0f; tilt += 20.0f) {
+            const std::optional<PanTilt> round = viewgeo::cpp::cartesian_to_ptz(viewgeo::cpp::ptz_to_cartesian(PanTilt{pan, tilt}));
+            ASSERT_TRUE(round.has_value());
+            EXPECT_NEAR(round->pan, pan, 1e-3f);
+            EXPECT_NEAR(round->tilt, tilt, 1e-3f);
+        }
+    }
 }
 
 }  // namespace

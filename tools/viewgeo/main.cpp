@@ -23,6 +23,7 @@ std::unique_ptr<CLI::App> make_app(Session &session, bool allow_batch, bool &bat
     add_misalignment_commands(*app, session);
     add_grid_command(*app, session);
     add_ovista_commands(*app, session);
+    add_remote_commands(*app, session);
     if (allow_batch) {
         app->add_subcommand("batch", "read one command per line from standard input; print one result per line")
             ->callback([&batch] { batch = true; });
