@@ -298,7 +298,8 @@ struct RemoteCalibration {
 inline bool set_remote_center(int channel, PanTilt centre, int status, int auto_calibrated) {
     return viewgeo_set_remote_center(channel, centre.pan, centre.tilt, status, auto_calibrated) == 0;
 }
-// The remote centre of `channel` (rounded to Q16.16 as a context holds it);
+// The remote centre of `channel` (rounded to Q16.16 as a context holds it),
+// read through a temporary Context (whose creation reads its own files);
 // empty when the file or the channel's group is missing or incomplete.
 inline std::optional<PanTiltQ16> remote_center(int channel) {
     Context ctx;

@@ -135,6 +135,13 @@ TEST_F(Tool, BatchModeReportsABadLineAndGoesOn) {
     EXPECT_EQ(count_lines(r.err), 1);
 }
 
+TEST_F(Tool, BatchModeDoesNotAnswerHelp) {
+    const ToolResult r = run("batch", "to-ptz --help\nwrap-pan 10\n");
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, "error\npan 10.000000\n");
+    EXPECT_EQ(r.err, "viewgeo: line 1: --help is not answered in batch mode\n");
+}
+
 struct BadArguments {
     const char *args;
     const char *named;  // what the error message must name

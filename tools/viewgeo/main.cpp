@@ -80,8 +80,16 @@ int run_batch(bool json) {
         try {
             app->parse(line, false);
             flush(session);
+        } catch (const CLI::CallForHelp &) {
+            std::cerr << "viewgeo: line " << number << ": --help is not answered in batch mode\n";
+            std::cout << (json ? "{\"error\": true}" : "error") << '\n';
+            status = 1;
         } catch (const CLI::Error &e) {
             report_error("line " + std::to_string(number) + ": ", e);
+            std::cout << (json ? "{\"error\": true}" : "error") << '\n';
+            status = 1;
+        } catch (const std::exception &e) {
+            std::cerr << "viewgeo: line " << number << ": " << e.what() << '\n';
             std::cout << (json ? "{\"error\": true}" : "error") << '\n';
             status = 1;
         }
