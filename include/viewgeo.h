@@ -20,11 +20,35 @@
  *   - Records are allocated by the library with malloc and released by the
  *     matching delete function.
  *
- * Threads: the library takes no lock and keeps no global state except the
- * configuration reader used by the remote-camera and overview-camera files.
- * A context may be used by one thread at a time; distinct contexts are
- * independent. The pure calculations and the constants may be used from any
- * thread.
+ * Threads: the library takes no lock, starts no thread and keeps no global
+ * state except the cursor of the configuration reader. What may run at the
+ * same time, by family:
+ *   - Numbers and constants, angle and zoom utilities, the movement
+ *     compensators (compensate_*, ovista_get_movement_dir): pure functions
+ *     of their arguments, callable from any number of threads at once.
+ *   - View context: one context per thread. A context is used by one thread
+ *     at a time; distinct contexts are independent. Creating contexts in
+ *     several threads at once is allowed (the misalignment data file is read
+ *     through a private parser). The projections and getters only read the
+ *     context; the setters, viewgeo_set_misalignment_data, the misalignment
+ *     offset and compensation (which may load the data file into the
+ *     context) and the remote functions that take a non-const context
+ *     change it.
+ *   - Overview context: one record per thread, as for the view context; its
+ *     projections only read it and the view context they are given.
+ *   - Configuration reads: the remote-camera reads of
+ *     /etc/viewgeo/remoteptz.conf (every remote function that needs a
+ *     channel's calibration or the remote field of view) and the overview
+ *     loads (viewgeo_ovista_context_create, viewgeo_ovista_context_restore,
+ *     load_conf) share one process-wide parser cursor. No two of them may
+ *     overlap, whatever their files and threads: the caller serialises them.
+ *   - File rewrites: viewgeo_set_remote_center always writes through
+ *     /etc/viewgeo/remoteptz.conf.new, and the overview writes (save, backup,
+ *     restore, save_conf) through the target's ".tmp" sibling. Two rewrites
+ *     of the same file must not overlap, in one process or across
+ *     processes; the caller serialises them. A rewrite may overlap a read of
+ *     its file: the reader sees the whole old or the whole new file.
+ * See docs/files.md for the files, their modes and owners.
  */
 #ifndef VIEWGEO_H
 #define VIEWGEO_H
@@ -157,7 +181,9 @@ VIEWGEO_API void viewgeo_set_pic_rot(viewgeo_context *ctx, int32_t rotation);
  * direction); an unknown pic_rot gives pixel (0, 0) or reads the pixel as
  * (0, 0). Outputs are always written; the context is only read. Directions
  * behind the camera come out as tilts past +-90 with the pan offset kept
- * within +-90 degrees. No heap allocation, no file access.
+ * within +-90 degrees. No heap allocation, no file access. They only read
+ * the context: any number of threads may project with contexts that no
+ * thread changes meanwhile.
  * ------------------------------------------------------------------------ */
 
 /** Pixel (x right, y down) where the direction pan/tilt (degrees) appears. */
@@ -183,7 +209,7 @@ VIEWGEO_API void viewgeo_to_ptz_x(const viewgeo_context *ctx, int32_t *pan, int3
 VIEWGEO_API void viewgeo_to_ptz_x_rel(const viewgeo_context *ctx, int32_t *pan, int32_t *tilt, int32_t x, int32_t y);
 
 /* ------------------------------------------------------------------------
- * Angle and zoom utilities (no context, no state)
+ * Angle and zoom utilities (no context, no state: safe from any thread)
  * ------------------------------------------------------------------------ */
 
 /**
@@ -223,6 +249,10 @@ VIEWGEO_API float viewgeo_wrap_pan(float pan);
 
 /* ------------------------------------------------------------------------
  * Misalignment of the head
+ *
+ * Each function here may change its context (the offset queries load the
+ * data file while it has not been read), so a context is used by one thread
+ * at a time, also for queries. They share nothing between contexts.
  * ------------------------------------------------------------------------ */
 
 /**
@@ -387,6 +417,9 @@ VIEWGEO_API int viewgeo_cartesian_to_ptz_f(float x, float y, float z, float *pan
  * centre). Angles are degrees, all arithmetic single precision. A record
  * belongs to one thread at a time; the configuration reads share one open
  * file with the remote-camera reads, so callers must not let them overlap.
+ * Writes of one target (save, backup, restore, save_conf) share its ".tmp"
+ * sibling and must not overlap either, also across processes; a save may
+ * run while another thread reads the file.
  * ------------------------------------------------------------------------ */
 
 /**

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "core/context.h"
 #include "core/q16.h"
 #include "core/vert_fov.h"
 #include "misalign/misalignment_loader.h"
@@ -24,22 +25,20 @@ float vertical_fov_f(const viewgeo_context &ctx) {
     return static_cast<float>(v);
 }
 
-}  // namespace viewgeo
+std::int32_t default_projection_type() {
+    // Only the presence of this file matters; its contents are never read.
+    return platform::fs::exists(platform::kProjectionFlagPath) ? 1 : 2;
+}
 
-using namespace viewgeo;
-
-extern "C" {
-
-VIEWGEO_API viewgeo_context *viewgeo_context_create(void) {
-    auto *ctx = static_cast<viewgeo_context *>(std::calloc(1, sizeof(viewgeo_context)));
-    if (ctx == nullptr) return nullptr;
+viewgeo_context *allocate_context(std::int32_t projection_type) {
     // calloc also clears the fields a caller must set before projecting, so
     // a forgotten setter gives zeros rather than leftover memory.
+    auto *ctx = static_cast<viewgeo_context *>(std::calloc(1, sizeof(viewgeo_context)));
+    if (ctx == nullptr) return nullptr;
     ctx->pic_rot = 0;
     ctx->vert_fov_set = false;
     ctx->dewarp_status = 0;
-    // Only the presence of this file matters; its contents are never read.
-    ctx->projection_type = platform::fs::exists(platform::kProjectionFlagPath) ? 1 : 2;
+    ctx->projection_type = projection_type;
     ctx->mo_table = nullptr;
     ctx->mo_opt_offset = nullptr;
     ctx->mo_mech_offset = nullptr;
@@ -47,6 +46,18 @@ VIEWGEO_API viewgeo_context *viewgeo_context_create(void) {
     ctx->pan_rotation_steps = 0;
     ctx->tilt_rotation_steps = 0;
     ctx->mo_state = 0;
+    return ctx;
+}
+
+}  // namespace viewgeo
+
+using namespace viewgeo;
+
+extern "C" {
+
+VIEWGEO_API viewgeo_context *viewgeo_context_create(void) {
+    viewgeo_context *ctx = allocate_context(default_projection_type());
+    if (ctx == nullptr) return nullptr;
     load_misalignment_data(ctx);
     return ctx;
 }

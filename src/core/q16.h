@@ -86,8 +86,11 @@ constexpr q16 q16_mul(q16 a, q16 b) {
 }
 
 // Rounding divide a / b, halves away from zero; the sign of the correction
-// follows the dividend alone. b must not be 0 (callers test where needed).
+// follows the dividend alone. A zero divisor saturates by the sign of the
+// dividend (0 / 0 gives 0) instead of trapping: a zero picture size or
+// field of view in a caller's context must not stop the process.
 constexpr q16 q16_div(q16 a, q16 b) {
+    if (b == 0) return a > 0 ? INT32_MAX : (a < 0 ? INT32_MIN : 0);
     const std::int64_t bb = b;
     const std::int64_t half = (bb < 0 ? -bb : bb) / 2;
     const std::int64_t n = static_cast<std::int64_t>(a) * 65536 + (a >= 0 ? half : -half);

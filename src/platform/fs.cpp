@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <csignal>
 #include <fcntl.h>
 #include <string>
 #include <unistd.h>
@@ -20,9 +21,15 @@ struct Injection {
 };
 constexpr int kOpCount = static_cast<int>(Op::CloseFd) + 1;
 Injection injections[kOpCount];
+int calls_counted = 0;
+int kill_at = 0;
 
-// True when this call of `op` is to fail; errno is then set.
+// True when this call of `op` is to fail; errno is then set. Every call of
+// the layer passes here first, so this is also where a call is counted and
+// where an armed kill happens.
 bool should_fail(Op op) {
+    ++calls_counted;
+    if (kill_at > 0 && calls_counted == kill_at) std::raise(SIGKILL);
     Injection &inj = injections[static_cast<int>(op)];
     if (!inj.armed) return false;
     if (inj.skip > 0) {
@@ -40,6 +47,13 @@ void inject_failure(Op op, int err, int skip) { injections[static_cast<int>(op)]
 void clear_failures() {
     for (Injection &inj : injections) inj = {};
 }
+
+void kill_at_call(int n) {
+    kill_at = n;
+    calls_counted = 0;
+}
+
+int calls_made() { return calls_counted; }
 
 #define VIEWGEO_FAIL_IF(op, result) \
     if (should_fail(op)) return result

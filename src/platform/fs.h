@@ -38,6 +38,13 @@ enum class Op { Stat, Fopen, FopenNew, Fflush, Fsync, Fclose, Print, Chmod, Chow
 // errno `err` (once).
 void inject_failure(Op op, int err, int skip = 0);
 void clear_failures();
+// Test build only: with n > 0, the n-th call through this layer from now on
+// (any call above, counted in the order made) raises SIGKILL instead of
+// running, so a test can stop a writer in a child process before each of its
+// steps. 0 disarms. Counting restarts at every call of kill_at_call().
+void kill_at_call(int n);
+// Calls made through this layer since the last kill_at_call().
+int calls_made();
 #endif
 
 }  // namespace viewgeo::platform::fs
