@@ -232,6 +232,46 @@ public:
         return {Q16::from_raw(pan), Q16::from_raw(tilt)};
     }
 
+    // Remote camera. The calibration file /etc/viewgeo/remoteptz.conf is
+    // read again on every call; reads must not overlap with other reads of
+    // it or of the overview camera's file.
+
+    // Puts the remote centre of `channel` into this context's pan/tilt.
+    // False (context unchanged) when the file or the channel's group is
+    // missing or incomplete.
+    bool load_remote_center(int channel) { return viewgeo_get_remote_center(get(), channel) == 0; }
+    // Loads the remote lens's field of view into this context (vertical as
+    // stored, horizontal scaled by the aspect). False when the picture size
+    // is 0 or the file holds no valid vfov.
+    bool load_remote_fov() { return viewgeo_get_remote_fov(get()) == 0; }
+    // Remote pan/tilt that looks at `pixel`; this context holds the remote
+    // centre as its pan/tilt. Empty when out of memory.
+    std::optional<PanTiltQ16> to_remote_ptz(Pixel pixel) const {
+        std::int32_t pan = 0, tilt = 0;
+        if (viewgeo_to_remote_ptz(get(), &pan, &tilt, pixel.x, pixel.y) != 0) return std::nullopt;
+        return PanTiltQ16{Q16::from_raw(pan), Q16::from_raw(tilt)};
+    }
+    // Angular width (degrees, >= 0) seen across `width` pixels centred on `pixel`.
+    Q16 to_remote_zoom(Pixel pixel, std::int32_t width) const {
+        return Q16::from_raw(viewgeo_to_remote_zoom(get(), pixel.x, pixel.y, width));
+    }
+    // Pixel that the remote camera on `channel` sees at `position`. Loads the
+    // channel's centre into this context's pan/tilt (left there); on the
+    // wide path the rotation becomes 0. Empty when the centre cannot be read
+    // or the position is not found in the picture.
+    std::optional<Pixel> remote_to_pixel(PanTiltQ16 position, int channel) {
+        Pixel p;
+        if (viewgeo_remote_to_pixel(get(), &p.x, &p.y, position.pan.raw(), position.tilt.raw(), channel) != 0)
+            return std::nullopt;
+        return p;
+    }
+    // Remote pan/tilt of `pixel` of the spherical panorama this context describes.
+    PanTilt panorama_to_remote_ptz(Pixel pixel) const {
+        PanTilt pt;
+        viewgeo_panorama_spherical_to_remote_ptz(get(), &pt.pan, &pt.tilt, pixel.x, pixel.y);
+        return pt;
+    }
+
 private:
     // A malloc'd copy: the context frees its texts with free().
     static char *copy_text(const std::string &text) {
@@ -244,6 +284,180 @@ private:
         void operator()(viewgeo_context *ctx) const { viewgeo_context_delete(ctx); }
     };
     std::unique_ptr<viewgeo_context, Deleter> ctx_;
+};
+
+// Remote camera calibration of one channel, as stored.
+struct RemoteCalibration {
+    int status = 0;
+    int auto_calibrated = 0;
+    bool operator==(const RemoteCalibration &) const = default;
+};
+
+// Stores the remote centre (degrees) and the two flags of `channel`; false
+// when the file cannot be rewritten.
+inline bool set_remote_center(int channel, PanTilt centre, int status, int auto_calibrated) {
+    return viewgeo_set_remote_center(channel, centre.pan, centre.tilt, status, auto_calibrated) == 0;
+}
+// The remote centre of `channel` (rounded to Q16.16 as a context holds it),
+// read through a temporary Context (whose creation reads its own files);
+// empty when the file or the channel's group is missing or incomplete.
+inline std::optional<PanTiltQ16> remote_center(int channel) {
+    Context ctx;
+    if (!ctx.load_remote_center(channel)) return std::nullopt;
+    return ctx.pantilt_q16();
+}
+// The calibration flags of `channel`; empty on the same failures.
+inline std::optional<RemoteCalibration> remote_calibration(int channel) {
+    viewgeo_remote_calibration *raw = viewgeo_get_remote_calibrated(channel);
+    if (raw == nullptr) return std::nullopt;
+    const RemoteCalibration calibration{raw->calibration_status, raw->auto_calibrated};
+    std::free(raw);
+    return calibration;
+}
+
+// A direction as a vector: +x toward pan 0 at tilt 0, +y toward pan 90, +z up.
+struct Vector3 {
+    float x = 0.0f;
+    float y = 0.0f;
+    float z = 0.0f;
+    bool operator==(const Vector3 &) const = default;
+};
+inline Vector3 ptz_to_cartesian(PanTilt direction) {
+    Vector3 v;
+    viewgeo_ptz_to_cartesian_f(direction.pan, direction.tilt, &v.x, &v.y, &v.z);
+    return v;
+}
+// Empty for the zero vector (or one whose length is not a number).
+inline std::optional<PanTilt> cartesian_to_ptz(Vector3 v) {
+    PanTilt pt;
+    if (viewgeo_cartesian_to_ptz_f(v.x, v.y, v.z, &pt.pan, &pt.tilt) != 0) return std::nullopt;
+    return pt;
+}
+
+// Lens characteristics of the overview camera: centre and radii as fractions
+// of the picture width (x) and height (y), field_angle in degrees from the
+// axis at radius_x.
+struct OvistaLens {
+    float center_x = 0.0f;
+    float center_y = 0.0f;
+    float radius_x = 0.0f;
+    float radius_y = 0.0f;
+    float field_angle = 0.0f;
+    bool operator==(const OvistaLens &) const = default;
+};
+
+// The four movement compensators of the overview camera.
+enum class OvistaCompensator : int { Pan = 0, Tilt = 1, X = 2, Y = 3 };
+
+// A polynomial correction: type 1 quadratic, 2 cubic, anything else none.
+struct Compensator {
+    int type = 0;
+    float a = 0.0f;
+    float b = 0.0f;
+    float c = 0.0f;
+    float d = 0.0f;
+    bool operator==(const Compensator &) const = default;
+};
+
+// Owns a viewgeo_ovista_context, the overview (fisheye) camera beside the
+// PTZ camera. The picture size of its projections comes from a Context.
+class OvistaContext {
+public:
+    // Reads /etc/viewgeo/ovista.conf over the defaults (a missing file gives
+    // the defaults). Empty when the file exists but cannot be read, or when
+    // the library is out of memory.
+    static std::optional<OvistaContext> load() {
+        viewgeo_ovista_context *ctx = viewgeo_ovista_context_create();
+        if (ctx == nullptr) return std::nullopt;
+        return OvistaContext(ctx);
+    }
+
+    viewgeo_ovista_context *get() { return ctx_.get(); }
+    const viewgeo_ovista_context *get() const { return ctx_.get(); }
+
+    // PTZ pan/tilt (degrees) of the overview camera's axis.
+    OvistaContext &set_axis(PanTilt axis) {
+        viewgeo_set_ovista_angles(get(), axis.pan, axis.tilt);
+        return *this;
+    }
+    PanTilt axis() const {
+        PanTilt pt;
+        viewgeo_get_ovista_angles(get(), &pt.pan, &pt.tilt);
+        return pt;
+    }
+    OvistaContext &set_lens(const OvistaLens &lens) {
+        viewgeo_set_lens_characteristics(get(), lens.center_x, lens.center_y, lens.radius_x, lens.radius_y,
+                                         lens.field_angle);
+        return *this;
+    }
+    OvistaLens lens() const {
+        OvistaLens l;
+        viewgeo_get_lens_characteristics(get(), &l.center_x, &l.center_y, &l.radius_x, &l.radius_y,
+                                         &l.field_angle);
+        return l;
+    }
+    // Rotation (whole degrees) and mirroring are never saved to the file.
+    OvistaContext &set_rotation(int degrees) {
+        ptz_set_ovista_rotation(get(), degrees);
+        return *this;
+    }
+    int rotation() const { return get()->rotation; }
+    OvistaContext &set_mirror(bool mirrored) {
+        ptz_set_ovista_mirror(get(), mirrored ? 1 : 0);
+        return *this;
+    }
+    bool mirror() const { return get()->mirror != 0; }
+    OvistaContext &set_compensator(OvistaCompensator which, const Compensator &comp) {
+        viewgeo_set_ovista_compensator(get(), static_cast<int>(which), comp.type, comp.a, comp.b, comp.c, comp.d);
+        return *this;
+    }
+    Compensator compensator(OvistaCompensator which) const {
+        Compensator comp;
+        viewgeo_get_ovista_compensator(get(), static_cast<int>(which), &comp.type, &comp.a, &comp.b, &comp.c,
+                                       &comp.d);
+        return comp;
+    }
+
+    // Projections; `view` gives the overview picture's size.
+    PanTilt to_ptz(const Context &view, Pixel pixel) const {
+        PanTilt pt;
+        viewgeo_ovista_to_ptz_f(get(), view.get(), &pt.pan, &pt.tilt, pixel.x, pixel.y);
+        return pt;
+    }
+    PanTilt to_ptz_rel(const Context &view, Pixel pixel) const {
+        PanTilt pt;
+        viewgeo_ovista_to_ptz_f_rel(get(), view.get(), &pt.pan, &pt.tilt, pixel.x, pixel.y);
+        return pt;
+    }
+    Pixel to_pixel(const Context &view, PanTilt direction) const {
+        Pixel p;
+        viewgeo_ovista_to_pixel_f(get(), view.get(), direction.pan, direction.tilt, &p.x, &p.y);
+        return p;
+    }
+
+    // The configuration files; false on failure (details in the system log).
+    bool save() const { return viewgeo_ovista_context_save(get()) == 0; }
+    bool backup() const { return viewgeo_ovista_context_backup(get()) == 0; }
+    // Replaces this context by the backup (defaults when there is none) and
+    // saves it as the working file. False when the backup cannot be read
+    // (this context unchanged) or when the save failed (context replaced).
+    bool restore() {
+        viewgeo_ovista_context *ctx = ctx_.get();
+        const int result = viewgeo_ovista_context_restore(&ctx);
+        if (ctx != ctx_.get()) {
+            (void)ctx_.release();  // already freed by the library
+            ctx_.reset(ctx);
+        }
+        return result == 0;
+    }
+
+private:
+    explicit OvistaContext(viewgeo_ovista_context *ctx) : ctx_(ctx) {}
+
+    struct Deleter {
+        void operator()(viewgeo_ovista_context *ctx) const { viewgeo_ovista_context_delete(ctx); }
+    };
+    std::unique_ptr<viewgeo_ovista_context, Deleter> ctx_;
 };
 
 // Utilities.

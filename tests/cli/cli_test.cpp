@@ -135,6 +135,13 @@ TEST_F(Tool, BatchModeReportsABadLineAndGoesOn) {
     EXPECT_EQ(count_lines(r.err), 1);
 }
 
+TEST_F(Tool, BatchModeDoesNotAnswerHelp) {
+    const ToolResult r = run("batch", "to-ptz --help\nwrap-pan 10\n");
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, "error\npan 10.000000\n");
+    EXPECT_EQ(r.err, "viewgeo: line 1: --help is not answered in batch mode\n");
+}
+
 struct BadArguments {
     const char *args;
     const char *named;  // what the error message must name
@@ -162,7 +169,7 @@ INSTANTIATE_TEST_SUITE_P(
                       BadArguments{"to-ptz 1 2 --lens fisheye", "--lens"},
                       BadArguments{"to-ptz 1 2 --hfov wide", "--hfov"},
                       BadArguments{"to-pixel 1 2 --rot", "--rot"}, BadArguments{"no-such-command", "no-such-command"},
-                      BadArguments{"zoom-fov 0 60 2", "zoom"}, BadArguments{"magnification 0 60", "fov_a"},
+                      BadArguments{"zoom-fov 0 60 2", "zoom"}, BadArguments{"zoom-fov -1 60 2", "zoom_a"}, BadArguments{"magnification 0 60", "fov_a"},
                       BadArguments{"grid --svg /nonexistent-dir/x.svg", "--svg"},
                       BadArguments{"grid --svg x.svg --step 0", "--step"}, BadArguments{"", "subcommand"}),
     [](const ::testing::TestParamInfo<BadArguments> &info) { return "Case" + std::to_string(info.index); });
@@ -213,6 +220,13 @@ TEST_F(Tool, GridDrawsTheVisibleLinesAsWellFormedSvg) {
     EXPECT_EQ(std::distance(std::sregex_iterator(xml.begin(), xml.end(), path), std::sregex_iterator()), 4);
     EXPECT_THAT(xml, HasSubstr("data-label=\"-25\""));
     EXPECT_THAT(xml, HasSubstr("<rect class=\"frame\""));
+    // Every line is labelled with its value; the horizon stands out.
+    const std::regex label("<text class=\"(pan|tilt)\"");
+    EXPECT_EQ(std::distance(std::sregex_iterator(xml.begin(), xml.end(), label), std::sregex_iterator()), 4);
+    EXPECT_THAT(xml, HasSubstr(">pan -25</text>"));
+    EXPECT_THAT(xml, HasSubstr(">tilt 0 (horizon)</text>"));
+    EXPECT_THAT(xml, HasSubstr("data-label=\"0\" style=\"stroke-width:5\""));
+    EXPECT_THAT(xml, HasSubstr(">rectilinear lens, 1920x1080, hfov 60, "));
 }
 
 TEST(WellFormed, RejectsBrokenXml) {

@@ -20,12 +20,14 @@ std::pair<std::int32_t, std::int32_t> parse_size(const std::string &text) {
     return {number(text.substr(0, cut)), number(text.substr(cut + 1))};
 }
 
-void CameraOptions::add_to(CLI::App &command) {
+void CameraOptions::add_to(CLI::App &command, bool with_pantilt) {
     command.add_option("--size", size, "picture size in pixels, WIDTHxHEIGHT")->capture_default_str();
     command.add_option("--hfov", hfov, "horizontal field of view, degrees")->capture_default_str();
     command.add_option("--vfov", vfov, "vertical field of view, degrees (default: from the aspect)");
-    command.add_option("--pan", pan, "camera pan, degrees")->capture_default_str();
-    command.add_option("--tilt", tilt, "camera tilt, degrees, positive up")->capture_default_str();
+    if (with_pantilt) {
+        command.add_option("--pan", pan, "camera pan, degrees")->capture_default_str();
+        command.add_option("--tilt", tilt, "camera tilt, degrees, positive up")->capture_default_str();
+    }
     command.add_option("--rot", rot, "picture rotation: 0, 90, 180, 270")->capture_default_str();
     command.add_option("--lens", lens, "lens model (default: the system's)")
         ->check(CLI::IsMember({"rectilinear", "equidistant", "sine"}));

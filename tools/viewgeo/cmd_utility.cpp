@@ -46,9 +46,9 @@ void add_utility_commands(CLI::App &app, Session &session) {
 
     auto zoom = std::make_shared<Args>();
     CLI::App *zoom_cmd = app.add_subcommand("zoom-fov", "field of view after zoom factor A, then after A and B");
-    zoom_cmd->add_option("zoom_a", zoom->a, "zoom factor")->required()->check(CLI::NonNegativeNumber);
+    zoom_cmd->add_option("zoom_a", zoom->a, "zoom factor")->required()->check(CLI::Range(0.0, 1.0e6));
     zoom_cmd->add_option("fov", zoom->b, "field of view, degrees")->required();
-    zoom_cmd->add_option("zoom_b", zoom->c, "zoom factor")->required()->check(CLI::NonNegativeNumber);
+    zoom_cmd->add_option("zoom_b", zoom->c, "zoom factor")->required()->check(CLI::Range(0.0, 1.0e6));
     zoom_cmd->add_flag("--fixed", zoom->fixed, "use the Q16.16 form");
     zoom_cmd->callback([zoom, &session] {
         if (zoom->a == 0.0f || zoom->c == 0.0f) throw CLI::ValidationError("zoom", "zoom factors must not be 0");

@@ -22,6 +22,8 @@ std::unique_ptr<CLI::App> make_app(Session &session, bool allow_batch, bool &bat
     add_utility_commands(*app, session);
     add_misalignment_commands(*app, session);
     add_grid_command(*app, session);
+    add_ovista_commands(*app, session);
+    add_remote_commands(*app, session);
     if (allow_batch) {
         app->add_subcommand("batch", "read one command per line from standard input; print one result per line")
             ->callback([&batch] { batch = true; });
@@ -34,16 +36,20 @@ void flush(Session &session) {
     session.output.clear();
 }
 
-// The first word that is not an option must name a subcommand; CLI11 alone
-// would only say that one is required. Empty when it does.
+// Each word that is not an option must name a subcommand while the command
+// reached so far has any; CLI11 alone would only say that one is required.
+// Empty when they do.
 std::string unknown_command(CLI::App &app, const std::vector<std::string> &words) {
+    CLI::App *current = &app;
+    std::string path;
     for (const std::string &word : words) {
         if (!word.empty() && word[0] == '-') continue;
+        if (current->get_subcommands([](CLI::App *) { return true; }).empty()) return "";
         try {
-            app.get_subcommand(word);
-            return "";
+            current = current->get_subcommand(word);
+            path += word + " ";
         } catch (const CLI::OptionNotFound &) {
-            return "unknown command '" + word + "' (see viewgeo --help)";
+            return "unknown command '" + path + word + "' (see viewgeo " + path + "--help)";
         }
     }
     return "";
@@ -61,6 +67,7 @@ int run_batch(bool json) {
         if (line.find_first_not_of(" \t\r") == std::string::npos || line[line.find_first_not_of(" \t")] == '#') continue;
         Session session;
         session.json = json;
+        session.batch = true;
         bool nested_batch = false;
         auto app = make_app(session, false, nested_batch);
         const std::string unknown = unknown_command(*app, CLI::detail::split_up(line));
@@ -73,8 +80,16 @@ int run_batch(bool json) {
         try {
             app->parse(line, false);
             flush(session);
+        } catch (const CLI::CallForHelp &) {
+            std::cerr << "viewgeo: line " << number << ": --help is not answered in batch mode\n";
+            std::cout << (json ? "{\"error\": true}" : "error") << '\n';
+            status = 1;
         } catch (const CLI::Error &e) {
             report_error("line " + std::to_string(number) + ": ", e);
+            std::cout << (json ? "{\"error\": true}" : "error") << '\n';
+            status = 1;
+        } catch (const std::exception &e) {
+            std::cerr << "viewgeo: line " << number << ": " << e.what() << '\n';
             std::cout << (json ? "{\"error\": true}" : "error") << '\n';
             status = 1;
         }
@@ -107,6 +122,9 @@ int main(int argc, char **argv) {
         return e.get_exit_code() != 0 ? e.get_exit_code() : 2;
     } catch (const std::bad_alloc &) {
         std::cerr << "viewgeo: out of memory\n";
+        return 3;
+    } catch (const std::exception &e) {
+        std::cerr << "viewgeo: " << e.what() << '\n';
         return 3;
     }
     if (batch) return run_batch(session.json);

@@ -22,6 +22,12 @@ std::string json_number(double value) {
 std::string json_string(const std::string &text) {
     std::string out = "\"";
     for (const char c : text) {
+        if (static_cast<unsigned char>(c) < 0x20) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned>(static_cast<unsigned char>(c)));
+            out += escaped;
+            continue;
+        }
         if (c == '"' || c == '\\') out += '\\';
         out += c;
     }
@@ -62,6 +68,16 @@ std::string Report::text() const {
     for (const Field &f : fields_) {
         if (f.name.size() > 4 && f.name.compare(f.name.size() - 4, 4, "_q16") == 0) continue;  // shown beside the value
         if (!out.empty()) out += "  ";
+        out += f.name + " " + f.text;
+    }
+    return out;
+}
+
+std::string Report::text_lines() const {
+    std::string out;
+    for (const Field &f : fields_) {
+        if (f.name.size() > 4 && f.name.compare(f.name.size() - 4, 4, "_q16") == 0) continue;
+        if (!out.empty()) out += '\n';
         out += f.name + " " + f.text;
     }
     return out;

@@ -26,8 +26,9 @@ struct CameraOptions {
     std::optional<std::string> lens;  // rectilinear, equidistant or sine
     bool dewarp = false;
 
-    // Adds --size, --hfov, --vfov, --pan, --tilt, --rot, --lens, --dewarp.
-    void add_to(CLI::App &command);
+    // Adds --size, --hfov, --vfov, --pan, --tilt, --rot, --lens, --dewarp;
+    // without --pan and --tilt where the command takes them from elsewhere.
+    void add_to(CLI::App &command, bool with_pantilt = true);
     // A context describing this camera.
     Context make_context() const;
 };
@@ -41,6 +42,8 @@ public:
     // A Q16.16 word: its value in degrees and, in the text form, the word.
     Report &add_q16(const std::string &name, Q16 value);
     std::string text() const;
+    // One "name value" line per field, for reports too long for one line.
+    std::string text_lines() const;
     std::string json() const;
 
 private:
@@ -54,9 +57,20 @@ private:
 
 struct Session {
     bool json = false;
+    bool batch = false;               // one result per line, always
     std::vector<std::string> output;  // the lines a command printed
 
     void print(const Report &report) { output.push_back(json ? report.json() : report.text()); }
+    // A long report: one field per line for people, unless in batch mode.
+    void print_long(const Report &report) {
+        output.push_back(json ? report.json() : batch ? report.text() : report.text_lines());
+    }
+};
+
+// A file the library could not read or write: one line of error, status 4.
+class FileError : public CLI::Error {
+public:
+    explicit FileError(const std::string &message) : CLI::Error("FileError", message, 4) {}
 };
 
 // Parses "WIDTHxHEIGHT"; throws CLI::ValidationError naming --size.
@@ -67,5 +81,7 @@ void add_projection_commands(CLI::App &app, Session &session);
 void add_utility_commands(CLI::App &app, Session &session);
 void add_misalignment_commands(CLI::App &app, Session &session);
 void add_grid_command(CLI::App &app, Session &session);
+void add_ovista_commands(CLI::App &app, Session &session);
+void add_remote_commands(CLI::App &app, Session &session);
 
 }  // namespace viewgeo::tool

@@ -1,0 +1,240 @@
+// The overview (fisheye) camera: its configuration file and its projections.
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+#include <memory>
+#include <set>
+
+#include "session.h"
+
+namespace viewgeo::tool {
+namespace {
+
+constexpr const char *kConfigPath = "/etc/viewgeo/ovista.conf";
+constexpr const char *kBackupPath = "/etc/viewgeo/ovista.bak";
+
+OvistaContext load_or_fail() {
+    std::optional<OvistaContext> ctx = OvistaContext::load();
+    if (!ctx) throw FileError(std::string("cannot read ") + kConfigPath + " (see the system log)");
+    return std::move(*ctx);
+}
+
+const char *const kCompensatorNames[] = {"pan_comp", "tilt_comp", "x_comp", "y_comp"};
+
+// The fields as `ovista set` names them: the keys of the file, the
+// compensators' keys behind their group ("x_comp.A"). All of them, or those
+// named in `only`.
+Report describe(const OvistaContext &ctx, const std::set<std::string> *only = nullptr) {
+    Report report;
+    auto add = [&](const std::string &name, float value) {
+        if (only == nullptr || only->count(name) != 0) report.add(name, value);
+    };
+    const PanTilt axis = ctx.axis();
+    const OvistaLens lens = ctx.lens();
+    add("center_pan", axis.pan);
+    add("center_tilt", axis.tilt);
+    add("center_x", lens.center_x);
+    add("center_y", lens.center_y);
+    add("radius_x", lens.radius_x);
+    add("radius_y", lens.radius_y);
+    add("field_angle", lens.field_angle);
+    for (int i = 0; i < 4; ++i) {
+        const Compensator c = ctx.compensator(static_cast<OvistaCompensator>(i));
+        const std::string group = kCompensatorNames[i];
+        if (only == nullptr || only->count(group + ".type") != 0) report.add_int(group + ".type", c.type);
+        add(group + ".A", c.a);
+        add(group + ".B", c.b);
+        add(group + ".C", c.c);
+        add(group + ".D", c.d);
+    }
+    return report;
+}
+
+std::string known_keys() {
+    std::string keys = "center_pan, center_tilt, center_x, center_y, radius_x, radius_y, field_angle";
+    for (const char *group : kCompensatorNames) keys += std::string(", ") + group + ".{type,A,B,C,D}";
+    return keys;
+}
+
+// The whole text as a number; anything else names the key it was meant for.
+float parse_float(const std::string &key, const std::string &text) {
+    char *end = nullptr;
+    errno = 0;
+    const float value = std::strtof(text.c_str(), &end);
+    if (text.empty() || *end != '\0' || errno == ERANGE || !std::isfinite(value))
+        throw CLI::ValidationError(key, "expected a finite number, got '" + text + "'");
+    return value;
+}
+
+int parse_type(const std::string &key, const std::string &text) {
+    char *end = nullptr;
+    errno = 0;
+    const long value = std::strtol(text.c_str(), &end, 10);
+    if (text.empty() || *end != '\0' || errno == ERANGE || value < -2147483647L - 1 || value > 2147483647L)
+        throw CLI::ValidationError(key, "expected an integer (1 quadratic, 2 cubic, 0 none), got '" + text + "'");
+    return static_cast<int>(value);
+}
+
+// Changes one field of the context; throws naming KEY or VALUE.
+void set_field(OvistaContext &ctx, const std::string &key, const std::string &text) {
+    PanTilt axis = ctx.axis();
+    OvistaLens lens = ctx.lens();
+    if (key == "center_pan" || key == "center_tilt") {
+        (key == "center_pan" ? axis.pan : axis.tilt) = parse_float(key, text);
+        ctx.set_axis(axis);
+        return;
+    }
+    float *lens_field = key == "center_x"      ? &lens.center_x
+                        : key == "center_y"    ? &lens.center_y
+                        : key == "radius_x"    ? &lens.radius_x
+                        : key == "radius_y"    ? &lens.radius_y
+                        : key == "field_angle" ? &lens.field_angle
+                                               : nullptr;
+    if (lens_field != nullptr) {
+        *lens_field = parse_float(key, text);
+        ctx.set_lens(lens);
+        return;
+    }
+    const std::size_t dot = key.find('.');
+    for (int i = 0; dot != std::string::npos && i < 4; ++i) {
+        if (key.compare(0, dot, kCompensatorNames[i]) != 0 || dot != std::string(kCompensatorNames[i]).size())
+            continue;
+        const auto which = static_cast<OvistaCompensator>(i);
+        Compensator c = ctx.compensator(which);
+        const std::string coefficient = key.substr(dot + 1);
+        if (coefficient == "type") {
+            c.type = parse_type(key, text);
+        } else if (coefficient == "A" || coefficient == "B" || coefficient == "C" || coefficient == "D") {
+            float *field = coefficient == "A" ? &c.a : coefficient == "B" ? &c.b : coefficient == "C" ? &c.c : &c.d;
+            *field = parse_float(key, text);
+        } else {
+            break;
+        }
+        ctx.set_compensator(which, c);
+        return;
+    }
+    throw CLI::ValidationError("KEY", "unknown key '" + key + "' (known: " + known_keys() + ")");
+}
+
+// The overview picture and how it is mounted; rotation and mirroring are
+// properties of the video stream, not of the file.
+struct PictureOptions {
+    std::string size = "1920x1080";
+    int rot = 0;
+    bool mirror = false;
+
+    void add_to(CLI::App &command) {
+        command.add_option("--size", size, "overview picture size in pixels, WIDTHxHEIGHT")->capture_default_str();
+        command.add_option("--rot", rot, "overview picture rotation, whole degrees")->capture_default_str();
+        command.add_flag("--mirror", mirror, "the overview picture is mirrored");
+    }
+    Context view() const {
+        const auto [width, height] = parse_size(size);
+        Context ctx;
+        ctx.set_picture(width, height);
+        return ctx;
+    }
+    void apply(OvistaContext &ctx) const { ctx.set_rotation(rot).set_mirror(mirror); }
+};
+
+}  // namespace
+
+void add_ovista_commands(CLI::App &app, Session &session) {
+    CLI::App *ovista = app.add_subcommand("ovista", "the overview (fisheye) camera: " + std::string(kConfigPath));
+    ovista->require_subcommand(1);
+
+    ovista->add_subcommand("show", "print the overview camera's configuration")->callback([&session] {
+        session.print_long(describe(load_or_fail()));
+    });
+
+    struct Set {
+        std::string key, value;
+        std::vector<std::string> more;
+    };
+    auto set_args = std::make_shared<Set>();
+    CLI::App *set = ovista->add_subcommand("set", "change fields (KEY VALUE ...) and save the configuration");
+    set->add_option("KEY", set_args->key, "field name, as `ovista show` prints it")->required();
+    set->add_option("VALUE", set_args->value, "its new value")->required();
+    set->add_option("MORE", set_args->more, "further KEY VALUE pairs");
+    set->callback([set_args, &session] {
+        if (set_args->more.size() % 2 != 0)
+            throw CLI::ValidationError("VALUE", "missing for key '" + set_args->more.back() + "'");
+        OvistaContext ctx = load_or_fail();
+        std::set<std::string> changed{set_args->key};
+        set_field(ctx, set_args->key, set_args->value);
+        for (std::size_t i = 0; i < set_args->more.size(); i += 2) {
+            set_field(ctx, set_args->more[i], set_args->more[i + 1]);
+            changed.insert(set_args->more[i]);
+        }
+        if (!ctx.save()) throw FileError(std::string("cannot write ") + kConfigPath + " (see the system log)");
+        Report report = describe(ctx, &changed);
+        report.add_text("saved", kConfigPath);
+        session.print(report);
+    });
+
+    ovista->add_subcommand("save", "read the configuration and write it back in the standard form")
+        ->callback([&session] {
+            const OvistaContext ctx = load_or_fail();
+            if (!ctx.save()) throw FileError(std::string("cannot write ") + kConfigPath + " (see the system log)");
+            session.print(Report().add_text("saved", kConfigPath));
+        });
+
+    ovista->add_subcommand("backup", "copy the configuration to " + std::string(kBackupPath))->callback([&session] {
+        const OvistaContext ctx = load_or_fail();
+        if (!ctx.backup()) throw FileError(std::string("cannot write ") + kBackupPath + " (see the system log)");
+        session.print(Report().add_text("saved", kBackupPath));
+    });
+
+    ovista
+        ->add_subcommand("restore", "replace the configuration by the backup (the defaults when there is none)")
+        ->callback([&session] {
+            OvistaContext ctx = load_or_fail();
+            const bool had_backup = file_exists(kBackupPath) != 0;
+            if (!ctx.restore()) {
+                throw FileError(std::string("cannot restore ") + kConfigPath + " from " + kBackupPath +
+                                " (see the system log)");
+            }
+            Report report = describe(ctx);
+            report.add_text("restored_from", had_backup ? kBackupPath : "defaults");
+            session.print_long(report);
+        });
+
+    struct ToPtz {
+        PictureOptions picture;
+        std::int32_t x = 0, y = 0;
+        bool relative = false;
+    };
+    auto to_ptz = std::make_shared<ToPtz>();
+    CLI::App *ptz = ovista->add_subcommand("to-ptz", "PTZ pan/tilt of overview pixel X Y");
+    ptz->add_option("x", to_ptz->x, "overview pixel column")->required();
+    ptz->add_option("y", to_ptz->y, "overview pixel row")->required();
+    ptz->add_flag("--rel", to_ptz->relative, "relative to the overview camera's axis");
+    to_ptz->picture.add_to(*ptz);
+    ptz->callback([to_ptz, &session] {
+        const Context view = to_ptz->picture.view();
+        OvistaContext ctx = load_or_fail();
+        to_ptz->picture.apply(ctx);
+        const Pixel pixel{to_ptz->x, to_ptz->y};
+        const PanTilt pt = to_ptz->relative ? ctx.to_ptz_rel(view, pixel) : ctx.to_ptz(view, pixel);
+        session.print(Report().add("pan", pt.pan).add("tilt", pt.tilt));
+    });
+
+    struct ToPixel {
+        PictureOptions picture;
+        float pan = 0.0f, tilt = 0.0f;
+    };
+    auto to_pixel = std::make_shared<ToPixel>();
+    CLI::App *pixel = ovista->add_subcommand("to-pixel", "overview pixel where the PTZ direction PAN TILT appears");
+    pixel->add_option("pan", to_pixel->pan, "PTZ pan, degrees")->required();
+    pixel->add_option("tilt", to_pixel->tilt, "PTZ tilt, degrees")->required();
+    to_pixel->picture.add_to(*pixel);
+    pixel->callback([to_pixel, &session] {
+        const Context view = to_pixel->picture.view();
+        OvistaContext ctx = load_or_fail();
+        to_pixel->picture.apply(ctx);
+        const Pixel p = ctx.to_pixel(view, PanTilt{to_pixel->pan, to_pixel->tilt});
+        session.print(Report().add_int("x", p.x).add_int("y", p.y));
+    });
+}
+
+}  // namespace viewgeo::tool
