@@ -1,6 +1,7 @@
 #!/bin/sh
 # Builds the library and runs every test:
-#   1. the CI build (warnings as errors) and its tests;
+#   1. the CI build (warnings as errors) and its tests, then an install into
+#      a staging prefix with a C and a C++ consumer built against it;
 #   2. the same suite under AddressSanitizer and UndefinedBehaviorSanitizer;
 #   3. the suite under valgrind memcheck;
 #   4. each fuzzer for a bounded time on its corpus;
@@ -10,6 +11,7 @@ set -eu
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 cmake --workflow --preset ci
+scripts/test-install.sh build/ci
 cmake --workflow --preset sanitize
 scripts/valgrind.sh
 scripts/fuzz.sh 45
