@@ -1,8 +1,14 @@
 #!/bin/sh
-# Installs what building and testing the library needs, from Debian's packages.
-# Does nothing when everything is already there.
+# Installs what the project needs from Debian's packages; does nothing when
+# everything is already there.
+#   scripts/install-deps.sh          what building the library and tool needs
+#   scripts/install-deps.sh --test   also what the tests, benchmarks, fuzzers,
+#                                    memory checks and emulated runs need
 set -eu
-packages="cmake g++ make pkg-config libinih-dev libgtest-dev libgmock-dev libbenchmark-dev binutils libcli11-dev libfixmath-dev clang libclang-rt-14-dev valgrind qemu-user"
+packages="cmake g++ make pkg-config binutils libinih-dev libcli11-dev"
+if [ "${1:-}" = --test ]; then
+    packages="$packages libgtest-dev libgmock-dev libbenchmark-dev libfixmath-dev clang libclang-rt-14-dev valgrind qemu-user"
+fi
 missing=""
 for p in $packages; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing="$missing $p"

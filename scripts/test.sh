@@ -9,7 +9,7 @@
 #      ARM, under qemu.
 set -eu
 cd "$(dirname "$0")/.."
-scripts/install-deps.sh
+scripts/install-deps.sh --test
 cmake --workflow --preset ci
 scripts/test-install.sh build/ci
 cmake --workflow --preset sanitize
