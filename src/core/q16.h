@@ -33,8 +33,13 @@ inline constexpr q16 kQ16RadToDeg = 3754936;
 
 // pi/180 rounded to single precision (bits 0x3C8EFA35).
 inline constexpr float kDegToRadF = std::bit_cast<float>(0x3C8EFA35u);
-// 180/pi rounded to single precision (bits 0x42652EE1) and held as a double.
-inline constexpr double kRadToDegD = static_cast<double>(std::bit_cast<float>(0x42652EE1u));
+// 180/pi rounded to single precision (bits 0x42652EE1), as a float and held
+// as a double.
+inline constexpr float kRadToDegF = std::bit_cast<float>(0x42652EE1u);
+inline constexpr double kRadToDegD = static_cast<double>(kRadToDegF);
+// pi and pi/2 in double, where a step subtracts them in double precision.
+inline constexpr double kPiD = 3.141592653589793;
+inline constexpr double kHalfPiD = 1.5707963267948966;
 // 360/pi rounded to single precision and held as a double.
 inline constexpr double kTwoRadToDegD = 114.59156036376953;
 

@@ -13,13 +13,9 @@
 namespace viewgeo {
 namespace {
 
-// pi/2 and pi and 2 pi in double; pi rounded to single precision.
-constexpr double kHalfPiD = 1.5707963267948966;
-constexpr double kPiD = 3.141592653589793;
+// 2 pi in double; pi rounded to single precision.
 constexpr double kTwoPiD = 6.283185307179586;
 constexpr float kPiF = 3.14159274f;
-// 180/pi rounded to single precision (bits 0x42652EE1).
-constexpr float kRadToDegF = std::bit_cast<float>(0x42652EE1u);
 // Offsets smaller than this (degrees) leave the direction as it is.
 constexpr float kNegligible = 0.01f;
 // Tilt band (degrees) around the horizon and the zenith where the offset is

@@ -18,7 +18,6 @@ namespace {
 // conversions; the overview calibrations were made with this one.
 constexpr float kOvistaRadToDeg = std::bit_cast<float>(0x42652EE0u);
 constexpr float kHalfPiF = 1.57079637f;
-constexpr double kPiD = 3.141592653589793;
 constexpr double kDegToRadD = 0.017453292519943295;
 
 struct PictureSize {

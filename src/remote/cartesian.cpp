@@ -10,11 +10,6 @@
 
 namespace viewgeo {
 
-namespace {
-// 180/pi rounded to single precision (bits 0x42652EE1), used as a float.
-constexpr float kRadToDegF = std::bit_cast<float>(0x42652EE1u);
-}  // namespace
-
 void ptz_to_cartesian(float pan, float tilt, float *x, float *y, float *z) {
     // Angle from the zenith and azimuth, both rounded to single precision
     // before widening, so tilt 0 gives a theta just above pi/2.
