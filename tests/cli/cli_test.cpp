@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/tool_runner.h"
+#include "cli/tool_test.h"
 #include "support/temp_root.h"
 #include "viewgeo.h"
 
@@ -36,19 +36,8 @@ viewgeo_context *make_camera() {
     return ctx;
 }
 
-int count_lines(const std::string &text) {
-    int n = 0;
-    for (const char c : text) n += c == '\n';
-    return n;
-}
-
-class Tool : public ::testing::Test {
-protected:
-    ToolResult run(const std::string &args, const std::string &input = "") {
-        return run_tool(args, root_.real(""), input);
-    }
-    TempRoot root_;
-};
+// The tool with no files of its own.
+using Tool = ToolTest;
 
 TEST_F(Tool, PixelToPanTiltMatchesTheLibrary) {
     viewgeo_context *ctx = make_camera();

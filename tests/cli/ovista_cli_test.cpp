@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "cli/tool_runner.h"
+#include "cli/tool_test.h"
 #include "support/temp_root.h"
 
 namespace viewgeo::testing {
@@ -37,33 +37,8 @@ const std::string kDefaultsFile =
     "[x_comp]\ntype = 0\nA = 0.000000\nB = 0.000000\nC = 0.000000\nD = 0.000000\n"
     "[y_comp]\ntype = 0\nA = 0.000000\nB = 0.000000\nC = 0.000000\nD = 0.000000\n";
 
-int count_lines(const std::string &text) {
-    int n = 0;
-    for (const char c : text) n += c == '\n';
-    return n;
-}
-
-class Ovista : public ::testing::Test {
-protected:
-    ToolResult run(const std::string &args, const std::string &input = "") {
-        return run_tool(args, root_.real(""), input);
-    }
-    // One line of error naming `what`, a failing status, nothing on stdout.
-    void expect_error(const ToolResult &r, const std::string &what, int status = -1) {
-        if (status >= 0) {
-            EXPECT_EQ(r.status, status) << r.err;
-        } else {
-            EXPECT_NE(r.status, 0);
-        }
-        EXPECT_NE(r.status, 128 + 11) << "crashed";
-        EXPECT_NE(r.status, 128 + 6) << "aborted";
-        EXPECT_EQ(count_lines(r.err), 1) << r.err;
-        EXPECT_THAT(r.err, StartsWith("viewgeo: "));
-        EXPECT_THAT(r.err, HasSubstr(what));
-        EXPECT_EQ(r.out, "");
-    }
-    TempRoot root_;
-};
+// The overview commands, starting without a configuration file.
+using Ovista = ToolTest;
 
 TEST_F(Ovista, ShowWithoutAFilePrintsTheDefaults) {
     const ToolResult r = run("ovista show");

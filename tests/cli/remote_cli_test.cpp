@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "cli/tool_runner.h"
+#include "cli/tool_test.h"
 #include "support/temp_root.h"
 #include "viewgeo.h"
 
@@ -19,12 +19,6 @@ constexpr const char *kConf = "/etc/viewgeo/remoteptz.conf";
 // The main camera of these tests; its pan/tilt come from the channel.
 constexpr const char *kMain = " --size 1920x1080 --hfov 60 --lens rectilinear";
 constexpr const char *kWide = " --size 1920x1080 --hfov 120 --lens rectilinear";
-
-int count_lines(const std::string &text) {
-    int n = 0;
-    for (const char c : text) n += c == '\n';
-    return n;
-}
 
 std::string q16_text(std::int32_t word) {
     char text[64];
@@ -47,29 +41,12 @@ viewgeo_context *main_view(float hfov) {
     return ctx;
 }
 
-class Remote : public ::testing::Test {
+class Remote : public ToolTest {
 protected:
     void SetUp() override {
         root_.write(kConf, "[lens_fov]\nvfov = 40\n[channel_3]\ncenter_pan = 10.000000\ncenter_tilt = -20.000000\n"
                            "calibration_status = 1\nauto_calibrated = 0\n");
     }
-    ToolResult run(const std::string &args, const std::string &input = "") {
-        return run_tool(args, root_.real(""), input);
-    }
-    void expect_error(const ToolResult &r, const std::string &what, int status = -1) {
-        if (status >= 0) {
-            EXPECT_EQ(r.status, status) << r.err;
-        } else {
-            EXPECT_NE(r.status, 0);
-        }
-        EXPECT_NE(r.status, 128 + 11) << "crashed";
-        EXPECT_NE(r.status, 128 + 6) << "aborted";
-        EXPECT_EQ(count_lines(r.err), 1) << r.err;
-        EXPECT_THAT(r.err, StartsWith("viewgeo: "));
-        EXPECT_THAT(r.err, HasSubstr(what));
-        EXPECT_EQ(r.out, "");
-    }
-    TempRoot root_;
 };
 
 TEST_F(Remote, SetCenterWritesTheChannelGroupAndKeepsTheRest) {

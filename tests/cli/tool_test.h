@@ -1,0 +1,43 @@
+// The base of the tool's tests: a private file root for each test, the tool
+// run on it, and the shape every error must have.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+
+#include "cli/tool_runner.h"
+#include "support/temp_root.h"
+
+namespace viewgeo::testing {
+
+inline int count_lines(const std::string &text) {
+    int n = 0;
+    for (const char c : text) n += c == '\n';
+    return n;
+}
+
+class ToolTest : public ::testing::Test {
+protected:
+    ToolResult run(const std::string &args, const std::string &input = "") {
+        return run_tool(args, root_.real(""), input);
+    }
+    // One line of error naming `what`, a failing status (`status` when given),
+    // nothing on stdout, and no crash.
+    void expect_error(const ToolResult &r, const std::string &what, int status = -1) {
+        if (status >= 0) {
+            EXPECT_EQ(r.status, status) << r.err;
+        } else {
+            EXPECT_NE(r.status, 0);
+        }
+        EXPECT_NE(r.status, 128 + 11) << "crashed";
+        EXPECT_NE(r.status, 128 + 6) << "aborted";
+        EXPECT_EQ(count_lines(r.err), 1) << r.err;
+        EXPECT_THAT(r.err, ::testing::StartsWith("viewgeo: "));
+        EXPECT_THAT(r.err, ::testing::HasSubstr(what));
+        EXPECT_EQ(r.out, "");
+    }
+    TempRoot root_;
+};
+
+}  // namespace viewgeo::testing
