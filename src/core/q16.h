@@ -85,9 +85,10 @@ constexpr q16 q16_from_float(float v) {
     return trunc_to_int32(p + h);
 }
 
-// Q16.16 to float: the word to single precision, times 2^-16 from the table.
-inline float q16_to_float(q16 q) {
-    return static_cast<float>(q) * fx_xtof_tab[16];
+// Q16.16 to float: the word to single precision, times 2^-16 (the value of
+// fx_xtof_tab[16], written out so that no table load sits in the way).
+constexpr float q16_to_float(q16 q) {
+    return static_cast<float>(q) * 0x1p-16f;
 }
 
 // Rounding multiply: floor((a*b + 0x8000) / 65536), halves toward +inf,

@@ -55,6 +55,22 @@ TEST(Q16ToFloat, ScalesByTwoToTheMinus16) {
     EXPECT_EQ(std::bit_cast<std::uint32_t>(fx_xtof_tab[16]), 0x37800000u);
 }
 
+TEST(Q16ToFloat, EqualsTheWordTimesTheTableEntryForEveryMagnitude) {
+    // Words with 1 to 32 significant bits, both signs, where the conversion
+    // to float rounds as well as where it is exact.
+    for (int shift = 0; shift < 31; ++shift) {
+        for (const std::uint32_t low : {0u, 1u, 0x5555u, 0xFFFFFFu}) {
+            const q16 w = static_cast<q16>((0x80000001u >> (31 - shift)) | (low & ((1u << shift) - 1u)));
+            EXPECT_EQ(std::bit_cast<std::uint32_t>(q16_to_float(w)),
+                      std::bit_cast<std::uint32_t>(static_cast<float>(w) * fx_xtof_tab[16]))
+                << w;
+            EXPECT_EQ(std::bit_cast<std::uint32_t>(q16_to_float(wrap_neg(w))),
+                      std::bit_cast<std::uint32_t>(static_cast<float>(wrap_neg(w)) * fx_xtof_tab[16]))
+                << w;
+        }
+    }
+}
+
 TEST(Q16ToFloat, RoundTripsThroughFromFloatBelow128) {
     for (q16 w = -8388607; w <= 8388607; w += 4099) {
         EXPECT_EQ(q16_from_float(q16_to_float(w)), w) << w;
