@@ -25,6 +25,10 @@ float vertical_fov_f(const viewgeo_context &ctx) {
     return static_cast<float>(v);
 }
 
+std::int32_t vertical_fov_x(const viewgeo_context &ctx) {
+    return ctx.vert_fov_set ? ctx.vert_fov : q16_from_float(vertical_fov_f(ctx));
+}
+
 std::int32_t default_projection_type() {
     // Only the presence of this file matters; its contents are never read.
     return platform::fs::exists(platform::kProjectionFlagPath) ? 1 : 2;
@@ -110,7 +114,7 @@ VIEWGEO_API void viewgeo_set_vert_fov_x(viewgeo_context *ctx, int32_t fov) {
 VIEWGEO_API void viewgeo_get_vert_fov_f(const viewgeo_context *ctx, float *fov) { *fov = vertical_fov_f(*ctx); }
 
 VIEWGEO_API void viewgeo_get_vert_fov_x(const viewgeo_context *ctx, int32_t *fov) {
-    *fov = ctx->vert_fov_set ? ctx->vert_fov : q16_from_float(vertical_fov_f(*ctx));
+    *fov = vertical_fov_x(*ctx);
 }
 
 VIEWGEO_API void viewgeo_set_projection_type(viewgeo_context *ctx, int32_t type) { ctx->projection_type = type; }

@@ -13,6 +13,7 @@
 #include "core/lens_model.h"
 #include "core/picture_rotation.h"
 #include "core/q16.h"
+#include "core/vert_fov.h"
 #include "platform/fixmath.h"
 #include "viewgeo.h"
 
@@ -51,12 +52,6 @@ float lens_angle(std::int32_t projection_type, float r) {
 q16 sin_x(q16 rad) { return fx_sinx(rad, kFrac); }
 q16 cos_x(q16 rad) { return fx_cosx(rad, kFrac); }
 q16 sqrt_x(q16 v) { return fx_sqrtx(v, kFrac); }
-
-q16 vertical_fov_x(const viewgeo_context &ctx) {
-    std::int32_t v = 0;
-    viewgeo_get_vert_fov_x(&ctx, &v);
-    return v;
-}
 
 // Brings a relative angle into [-360, 360] by whole turns, as often as needed.
 // Neither loop can overflow: each step moves the value toward zero.
@@ -129,15 +124,9 @@ PixelPair pixel_of_direction_x(const viewgeo_context &ctx, q16 pan, q16 tilt) {
             d = q16_from_float(df);
         }
     }
-    // 3. Fields of view; a zero one has no geometry (step 15).
-    const q16 vfov = vertical_fov_x(ctx);
-    const q16 hfov = ctx.horiz_fov;
-    if (vfov == 0 || hfov == 0) {
-        // 15. The centre as a Q16.16 value, not shifted down to whole pixels
-        // and not rotated: callers rely on this form, so it is kept.
-        return {q16_mul(pixels_to_q16(ctx.pic_width), kQ16Half), q16_mul(pixels_to_q16(ctx.pic_height), kQ16Half)};
-    }
-    // 4. Sines and cosines of the offset, the target tilt and the camera tilt.
+    // 4, taken before 3. Sines and cosines of the offset, the target tilt and
+    // the camera tilt. They do not depend on the fields of view, so started
+    // first they overlap with the vertical field's derivation.
     const q16 d_rad = q16_deg_to_rad(d);
     const q16 t_rad = q16_deg_to_rad(tilt);
     const q16 c_rad = q16_deg_to_rad(ctx.tilt);
@@ -147,6 +136,14 @@ PixelPair pixel_of_direction_x(const viewgeo_context &ctx, q16 pan, q16 tilt) {
     const q16 st = sin_x(t_rad);
     const q16 cc = cos_x(c_rad);
     const q16 sc = sin_x(c_rad);
+    // 3. Fields of view; a zero one has no geometry (step 15).
+    const q16 vfov = vertical_fov_x(ctx);
+    const q16 hfov = ctx.horiz_fov;
+    if (vfov == 0 || hfov == 0) {
+        // 15. The centre as a Q16.16 value, not shifted down to whole pixels
+        // and not rotated: callers rely on this form, so it is kept.
+        return {q16_mul(pixels_to_q16(ctx.pic_width), kQ16Half), q16_mul(pixels_to_q16(ctx.pic_height), kQ16Half)};
+    }
     // 5. The target on the unit sphere, about the camera's pan.
     const q16 p = q16_mul(cd, ct);
     q16 x = q16_mul(sd, ct);
@@ -208,6 +205,12 @@ PanTiltX direction_of_pixel_x(const viewgeo_context &ctx, std::int32_t x, std::i
         v = wrap_neg(v);
         t_e = t_c < kQ16Deg90 + 1 ? wrap_sub(kQ16MinusDeg180, t_c) : wrap_sub(kQ16Deg180, t_c);
     }
+    // 9, taken before 6. The camera tilt's cosine, and its sine taken from it.
+    // They do not depend on the ray, so computed here they overlap with the
+    // lens functions below instead of waiting for them.
+    const q16 c_t = cos_x(q16_deg_to_rad(t_e));
+    q16 s_t = sqrt_x(wrap_sub(kQ16One, q16_mul(c_t, c_t)));
+    if (t_e < 0) s_t = wrap_neg(s_t);
     // 6. Lens values of the half fields of view.
     const q16 gh = half_fov_lens_value(ctx.projection_type, hfov);
     const q16 gv = half_fov_lens_value(ctx.projection_type, vfov);
@@ -227,10 +230,7 @@ PanTiltX direction_of_pixel_x(const viewgeo_context &ctx, std::int32_t x, std::i
     } else {
         c = sqrt_x(wrap_sub(kQ16One, r2));
     }
-    // 9. The camera tilt's cosine, and its sine taken from it.
-    const q16 c_t = cos_x(q16_deg_to_rad(t_e));
-    q16 s_t = sqrt_x(wrap_sub(kQ16One, q16_mul(c_t, c_t)));
-    if (t_e < 0) s_t = wrap_neg(s_t);
+    // 9. The camera tilt's cosine and sine: above, before step 6.
     // 10. Tilted out of the camera frame: N forward and level, E upwards.
     const q16 n = wrap_sub(q16_mul(c_t, c), q16_mul(s_t, ry));
     const q16 e = wrap_add(q16_mul(c, s_t), q16_mul(c_t, ry));

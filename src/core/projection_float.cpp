@@ -67,6 +67,13 @@ PixelXY direction_to_pixel_f(const viewgeo_context &ctx, float pan, float tilt) 
         }
     }
 
+    // 4, taken before 3. Sines and cosines of the pan offset, the target tilt
+    //    and the camera tilt. They do not depend on the fields of view, so
+    //    started first they overlap with the vertical field's derivation.
+    const SinCos off = sin_cos_deg(d);
+    const SinCos tgt = sin_cos_deg(tilt);
+    const SinCos cam = sin_cos_deg(q16_to_float(ctx.tilt));
+
     // 3. Fields of view; a zero one leaves only the picture centre (15).
     const float v_fov = vertical_fov_f(ctx);
     const float h_fov = q16_to_float(ctx.horiz_fov);
@@ -76,11 +83,6 @@ PixelXY direction_to_pixel_f(const viewgeo_context &ctx, float pan, float tilt) 
         const double cy = static_cast<double>(ctx.pic_height) * 0.5;
         return {static_cast<std::int32_t>(cx), static_cast<std::int32_t>(cy)};
     }
-
-    // 4. Sines and cosines of the pan offset, the target tilt and the camera tilt.
-    const SinCos off = sin_cos_deg(d);
-    const SinCos tgt = sin_cos_deg(tilt);
-    const SinCos cam = sin_cos_deg(q16_to_float(ctx.tilt));
 
     // 5. The target as a unit vector in the camera's level frame.
     float x = static_cast<float>(off.s * tgt.c);
