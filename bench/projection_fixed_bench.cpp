@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "call_chain.h"
 #include "core/lens_model.h"
 #include "core/q16.h"
 #include "platform/fixmath.h"
@@ -35,8 +36,8 @@ struct FloorArgs {
     double asin_arg;          // sine of the angle off the axis
     float half_h, half_v;     // half fields of view, radians
     float theta;              // angle off the axis, radians
-    float derived_half;       // the vertical field's derivation: tan of the half field
-    double derived_ratio;     // and atan of the aspect times that
+    double derived_half;      // the vertical field's derivation: tan of the half field
+    double aspect;            // and atan of the aspect times that
     double tilt_sine;         // the pixel-to-direction form's asin of E
     double pan_ratio;         // and atan of X / N
 };
@@ -88,8 +89,8 @@ Mix make_mix() {
         f.half_h = static_cast<float>(radians(fov / 2.0));
         f.half_v = static_cast<float>(radians(vfov / 2.0));
         f.theta = static_cast<float>(theta);
-        f.derived_half = f.half_h;
-        f.derived_ratio = 0.5625 * std::tan(radians(fov / 2.0));
+        f.derived_half = static_cast<double>(f.half_h);
+        f.aspect = 0.5625;
         f.tilt_sine = std::sin(radians(cam_tilt + off_tilt));
         f.pan_ratio = std::tan(radians(off_pan));
     }
@@ -102,10 +103,11 @@ const Mix &mix() {
 }
 
 // The inverse lens function the pixel-to-direction form takes (asin, none, atan).
+template <class C>
 double lens_angle_floor(std::int32_t type, double r) {
-    if (type == kLensSine) return std::asin(r);
+    if (type == kLensSine) return C::asin(r);
     if (type == kLensEquidistant) return r;
-    return std::atan(r);
+    return C::atan(r);
 }
 
 void BM_ToPixelX(benchmark::State &state) {
@@ -124,23 +126,30 @@ BENCHMARK(BM_ToPixelX);
 
 // Direction to pixel must take: the vertical field's tan and atan, six
 // fixed-point sines and cosines, one square root, asin of the axis angle, the
-// lens value of both half fields and (off the axis) of the angle itself.
+// lens value of both half fields and (off the axis) of the angle itself. The
+// square root needs all six sines and cosines, asin needs the root, the lens
+// value of the angle needs asin, and the vertical half field's lens value
+// needs the derivation; the rest is independent.
+template <class C>
 void BM_ToPixelXFloor(benchmark::State &state) {
     const Mix &m = mix();
+    const std::uint64_t zero = bench::opaque_zero();
     std::size_t i = 0;
     for (auto _ : state) {
         const FloorArgs &f = m.floor[i++ & (kSamples - 1)];
-        double acc = std::atan(f.derived_ratio * std::tan(static_cast<double>(f.derived_half)));
-        std::int32_t fx = fx_cosx(f.rad_d, 16) + fx_sinx(f.rad_d, 16) + fx_cosx(f.rad_t, 16) + fx_sinx(f.rad_t, 16) +
-                          fx_cosx(f.rad_c, 16) + fx_sinx(f.rad_c, 16) + fx_sqrtx(f.sqrt_arg, 16);
-        acc += std::asin(f.asin_arg);
-        acc += lens_value(f.type, f.half_h) + lens_value(f.type, f.half_v);
-        if (f.theta >= 0.1f) acc += lens_value(f.type, f.theta);
-        benchmark::DoNotOptimize(fx);
-        benchmark::DoNotOptimize(acc);
+        using bench::after;
+        const double vfov = C::atan(f.aspect * C::tan(f.derived_half));
+        const std::int32_t s = C::fx_sqrt(after(zero, f.sqrt_arg, C::fx_cos(f.rad_d), C::fx_sin(f.rad_d), C::fx_cos(f.rad_t),
+                                                C::fx_sin(f.rad_t), C::fx_cos(f.rad_c), C::fx_sin(f.rad_c)));
+        const double theta = C::asin(after(zero, f.asin_arg, s));
+        float g = C::lens(f.type, f.half_h);
+        g += C::lens(f.type, after(zero, f.half_v, vfov));
+        if (f.theta >= 0.1f) g += C::lens(f.type, after(zero, f.theta, theta));
+        benchmark::DoNotOptimize(g);
     }
 }
-BENCHMARK(BM_ToPixelXFloor);
+BENCHMARK_TEMPLATE(BM_ToPixelXFloor, bench::Calls);
+BENCHMARK_TEMPLATE(BM_ToPixelXFloor, bench::Links);
 
 void BM_ToPtzX(benchmark::State &state) {
     const Mix &m = mix();
@@ -174,24 +183,38 @@ BENCHMARK(BM_ToPtzXRel);
 // tan and atan, the lens value of both half fields, the inverse lens
 // function, three square roots (radius, axis component, sine of the camera
 // tilt), the cosine of the camera tilt, (off the axis) one sine, asin of the
-// tilt and atan of the pan.
+// tilt and atan of the pan. In that order each needs the one before, except
+// the horizontal half field's lens value and the camera tilt's cosine and
+// the square root taken from it, which need nothing else.
+template <class C>
 void BM_ToPtzXFloor(benchmark::State &state) {
     const Mix &m = mix();
+    const std::uint64_t zero = bench::opaque_zero();
     std::size_t i = 0;
     for (auto _ : state) {
         const FloorArgs &f = m.floor[i++ & (kSamples - 1)];
-        double acc = std::atan(f.derived_ratio * std::tan(static_cast<double>(f.derived_half)));
-        acc += lens_value(f.type, f.half_h) + lens_value(f.type, f.half_v);
-        acc += lens_angle_floor(f.type, f.asin_arg);
-        std::int32_t fx = fx_cosx(f.rad_c, 16) + fx_sqrtx(f.sqrt_arg, 16) + fx_sqrtx(0x10000 - f.sqrt_arg, 16) +
-                          fx_sqrtx(f.sqrt_arg ^ 0x1F, 16);
-        if (f.theta >= 0.1f) fx += fx_sinx(f.rad_d, 16);
-        acc += std::asin(f.tilt_sine) + std::atan(f.pan_ratio);
-        benchmark::DoNotOptimize(fx);
-        benchmark::DoNotOptimize(acc);
+        using bench::after;
+        const double vfov = C::atan(f.aspect * C::tan(f.derived_half));
+        const float gh = C::lens(f.type, f.half_h);
+        const float gv = C::lens(f.type, after(zero, f.half_v, vfov));
+        const std::int32_t r = C::fx_sqrt(after(zero, f.sqrt_arg, gh, gv));
+        const double theta = lens_angle_floor<C>(f.type, after(zero, f.asin_arg, r));
+        std::int32_t c = 0;
+        if (f.theta >= 0.1f) {
+            const std::int32_t s = C::fx_sin(after(zero, f.rad_d, theta));
+            c = C::fx_sqrt(after(zero, 0x10000 - f.sqrt_arg, s));
+        } else {
+            c = C::fx_sqrt(after(zero, 0x10000 - f.sqrt_arg, r));
+        }
+        const std::int32_t s_t = C::fx_sqrt(after(zero, f.sqrt_arg ^ 0x1F, C::fx_cos(f.rad_c)));
+        const double tilt = C::asin(after(zero, f.tilt_sine, c, s_t));
+        const double pan = C::atan(after(zero, f.pan_ratio, c, s_t));
+        benchmark::DoNotOptimize(tilt);
+        benchmark::DoNotOptimize(pan);
     }
 }
-BENCHMARK(BM_ToPtzXFloor);
+BENCHMARK_TEMPLATE(BM_ToPtzXFloor, bench::Calls);
+BENCHMARK_TEMPLATE(BM_ToPtzXFloor, bench::Links);
 
 }  // namespace
 }  // namespace viewgeo
