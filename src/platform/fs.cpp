@@ -65,7 +65,7 @@ int calls_made() { return calls_counted; }
 
 int stat(const char *path, struct stat *st) {
     VIEWGEO_FAIL_IF(Op::Stat, -1);
-    return ::stat(resolve(path).c_str(), st);
+    return ::stat(ResolvedPath(path).c_str(), st);
 }
 
 bool exists(const char *path) {
@@ -75,7 +75,7 @@ bool exists(const char *path) {
 
 FILE *fopen(const char *path, const char *mode) {
     VIEWGEO_FAIL_IF(Op::Fopen, nullptr);
-    return std::fopen(resolve(path).c_str(), mode);
+    return std::fopen(ResolvedPath(path).c_str(), mode);
 }
 
 FILE *fopen_new_for_write(const char *path) {
@@ -84,7 +84,7 @@ FILE *fopen_new_for_write(const char *path) {
     // is cut: a symbolic link is not followed, a FIFO does not block the
     // open, and a file with a second name (a hard link planted there) or
     // anything but a regular file is refused rather than truncated.
-    const int fd = ::open(resolve(path).c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
+    const int fd = ::open(ResolvedPath(path).c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
     if (fd < 0) return nullptr;
     auto fail = [fd](int err) -> FILE * {
         ::close(fd);
@@ -136,22 +136,22 @@ int print(FILE *file, const char *format, ...) {
 
 int chmod(const char *path, mode_t mode) {
     VIEWGEO_FAIL_IF(Op::Chmod, -1);
-    return ::chmod(resolve(path).c_str(), mode);
+    return ::chmod(ResolvedPath(path).c_str(), mode);
 }
 
 int chown(const char *path, uid_t owner, gid_t group) {
     VIEWGEO_FAIL_IF(Op::Chown, -1);
-    return ::chown(resolve(path).c_str(), owner, group);
+    return ::chown(ResolvedPath(path).c_str(), owner, group);
 }
 
 int rename(const char *from, const char *to) {
     VIEWGEO_FAIL_IF(Op::Rename, -1);
-    return std::rename(resolve(from).c_str(), resolve(to).c_str());
+    return std::rename(ResolvedPath(from).c_str(), ResolvedPath(to).c_str());
 }
 
 int open_dir(const char *path) {
     VIEWGEO_FAIL_IF(Op::OpenDir, -1);
-    return ::open(resolve(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    return ::open(ResolvedPath(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
 }
 
 int fsync_fd(int fd) {
