@@ -1,0 +1,214 @@
+// Reading a whole file through the file-system layer: regular files, the
+// size limit, directories, devices and FIFOs, and the injected failures.
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <string>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+#include "platform/fs.h"
+#include "support/temp_root.h"
+
+namespace {
+
+namespace fs = viewgeo::platform::fs;
+using viewgeo::testing::TempRoot;
+
+constexpr const char *kPath = "/etc/viewgeo/data";
+
+// Reads `logical` with the given limit; `err` gets errno after a failure.
+int read_file(const char *logical, std::size_t limit, std::string &text, int *err = nullptr) {
+    errno = 0;
+    const int rc = fs::read_file(logical, limit, text);
+    if (err != nullptr) *err = errno;
+    return rc;
+}
+
+TEST(FsReadFile, ReadsEveryByteOfARegularFile) {
+    TempRoot root;
+    const std::string content("[g]\r\nk=v\0tail\n\xEF\xBB\xBF", 18);
+    root.write(kPath, content);
+    std::string text;
+    ASSERT_EQ(read_file(kPath, 1024, text), 0);
+    EXPECT_EQ(text, content);
+}
+
+TEST(FsReadFile, ReplacesWhatTheBufferHeld) {
+    TempRoot root;
+    root.write(kPath, "short");
+    std::string text(5000, 'x');
+    ASSERT_EQ(read_file(kPath, 1024, text), 0);
+    EXPECT_EQ(text, "short");
+}
+
+TEST(FsReadFile, EmptyFileGivesEmptyText) {
+    TempRoot root;
+    root.write(kPath, "");
+    std::string text = "old";
+    ASSERT_EQ(read_file(kPath, 1024, text), 0);
+    EXPECT_EQ(text, "");
+}
+
+TEST(FsReadFile, FileOfExactlyTheLimitIsRead) {
+    TempRoot root;
+    const std::string content(4096, 'a');
+    root.write(kPath, content);
+    std::string text;
+    ASSERT_EQ(read_file(kPath, 4096, text), 0);
+    EXPECT_EQ(text, content);
+}
+
+TEST(FsReadFile, FileOneByteOverTheLimitFailsWithEfbig) {
+    TempRoot root;
+    root.write(kPath, std::string(4097, 'a'));
+    std::string text;
+    int err = 0;
+    EXPECT_EQ(read_file(kPath, 4096, text, &err), -1);
+    EXPECT_EQ(err, EFBIG);
+}
+
+TEST(FsReadFile, LargeFileIsReadWhole) {
+    TempRoot root;
+    std::string content;
+    for (int i = 0; content.size() < 300000; ++i) content += std::to_string(i) + "\n";
+    root.write(kPath, content);
+    std::string text;
+    ASSERT_EQ(read_file(kPath, 1024 * 1024, text), 0);
+    EXPECT_EQ(text, content);
+}
+
+TEST(FsReadFile, MissingFileFailsWithEnoent) {
+    TempRoot root;
+    std::string text;
+    int err = 0;
+    EXPECT_EQ(read_file(kPath, 1024, text, &err), -1);
+    EXPECT_EQ(err, ENOENT);
+}
+
+TEST(FsReadFile, DirectoryFailsWithEisdir) {
+    TempRoot root;
+    root.make_dir(kPath);
+    std::string text;
+    int err = 0;
+    EXPECT_EQ(read_file(kPath, 1024, text, &err), -1);
+    EXPECT_EQ(err, EISDIR);
+}
+
+TEST(FsReadFile, PathIsResolvedBelowTheTestRoot) {
+    TempRoot root;
+    root.write("/var/run/ptz/mo_data_file", "below the root");
+    std::string text;
+    ASSERT_EQ(read_file("/var/run/ptz/mo_data_file", 1024, text), 0);
+    EXPECT_EQ(text, "below the root");
+}
+
+TEST(FsReadFile, InjectedFailureFailsOneCallWithItsErrno) {
+    TempRoot root;
+    root.write(kPath, "k=v\n");
+    fs::inject_failure(fs::Op::ReadFile, EIO, 1);
+    std::string text;
+    int err = 0;
+    EXPECT_EQ(read_file(kPath, 1024, text), 0);  // skipped
+    EXPECT_EQ(read_file(kPath, 1024, text, &err), -1);
+    EXPECT_EQ(err, EIO);
+    EXPECT_EQ(read_file(kPath, 1024, text), 0);  // once only
+    EXPECT_EQ(text, "k=v\n");
+}
+
+TEST(FsReadFile, CountsAsOneCallOfTheLayer) {
+    TempRoot root;
+    root.write(kPath, "k=v\n");
+    std::string text;
+    fs::kill_at_call(0);
+    ASSERT_EQ(read_file(kPath, 1024, text), 0);
+    EXPECT_EQ(fs::calls_made(), 1);
+    EXPECT_EQ(read_file("/etc/viewgeo/missing", 1024, text), -1);
+    EXPECT_EQ(fs::calls_made(), 2);
+}
+
+// ---- Files that are not regular ----------------------------------------------
+
+TEST(FsReadFile, CharacterDeviceWithNothingToReadGivesEmptyText) {
+    TempRoot root;
+    std::filesystem::create_symlink("/dev/null", root.real(kPath));
+    std::string text = "old";
+    ASSERT_EQ(read_file(kPath, 1024, text), 0);
+    EXPECT_EQ(text, "");
+}
+
+TEST(FsReadFile, EndlessDeviceFailsAtTheLimit) {
+    TempRoot root;
+    std::filesystem::create_symlink("/dev/zero", root.real(kPath));
+    std::string text;
+    int err = 0;
+    EXPECT_EQ(read_file(kPath, 10000, text, &err), -1);
+    EXPECT_EQ(err, EFBIG);
+}
+
+// Files of /proc state a size of 0 yet have content: the size is only a hint.
+TEST(FsReadFile, RegularFileLongerThanItsStatedSizeIsReadToTheEnd) {
+    struct stat st;
+    if (::stat("/proc/self/cmdline", &st) != 0 || !S_ISREG(st.st_mode) || st.st_size != 0) {
+        GTEST_SKIP() << "no /proc file that states a size of 0";
+    }
+    std::ostringstream expected;
+    expected << std::ifstream("/proc/self/cmdline", std::ios::binary).rdbuf();
+    ASSERT_FALSE(expected.str().empty());
+    TempRoot root;
+    std::filesystem::create_symlink("/proc/self/cmdline", root.real(kPath));
+    std::string text;
+    ASSERT_EQ(read_file(kPath, 1024 * 1024, text), 0);
+    EXPECT_EQ(text, expected.str());
+}
+
+// Writes `pieces` into the FIFO at `real`, one write each, then closes it.
+// A reader gone early makes a write fail rather than kill the test.
+std::thread fifo_writer(const std::string &real, std::vector<std::string> pieces) {
+    return std::thread([real, pieces = std::move(pieces)] {
+        sigset_t pipe_signal;
+        sigemptyset(&pipe_signal);
+        sigaddset(&pipe_signal, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &pipe_signal, nullptr);
+        const int fd = ::open(real.c_str(), O_WRONLY | O_CLOEXEC);  // waits for the reader
+        if (fd < 0) return;
+        for (const std::string &piece : pieces) {
+            if (::write(fd, piece.data(), piece.size()) != static_cast<ssize_t>(piece.size())) break;
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        ::close(fd);
+    });
+}
+
+TEST(FsReadFile, FifoIsReadUntilItsWriterCloses) {
+    TempRoot root;
+    ASSERT_EQ(::mkfifo(root.real(kPath).c_str(), 0600), 0);
+    const std::vector<std::string> pieces = {"[g]\n", "k=v\n", std::string(6000, '#') + "\n", "last=1\n"};
+    std::thread writer = fifo_writer(root.real(kPath), pieces);
+    std::string text;
+    const int rc = read_file(kPath, 1024 * 1024, text);
+    writer.join();
+    ASSERT_EQ(rc, 0);
+    EXPECT_EQ(text, pieces[0] + pieces[1] + pieces[2] + pieces[3]);
+}
+
+TEST(FsReadFile, FifoOverTheLimitFails) {
+    TempRoot root;
+    ASSERT_EQ(::mkfifo(root.real(kPath).c_str(), 0600), 0);
+    std::thread writer = fifo_writer(root.real(kPath), {std::string(100, 'a'), std::string(1, 'b')});
+    std::string text;
+    int err = 0;
+    const int rc = read_file(kPath, 100, text, &err);
+    writer.join();
+    EXPECT_EQ(rc, -1);
+    EXPECT_EQ(err, EFBIG);
+}
+
+}  // namespace
