@@ -32,38 +32,28 @@ int read_file(const char *logical, std::size_t limit, std::string &text, int *er
     return rc;
 }
 
-TEST(FsReadFile, ReadsEveryByteOfARegularFile) {
+// Writes `content` as the test file and reads it back into a buffer that
+// held `before`; the read must succeed.
+std::string write_and_read(const std::string &content, std::size_t limit, const std::string &before = "") {
     TempRoot root;
-    const std::string content("[g]\r\nk=v\0tail\n\xEF\xBB\xBF", 18);
     root.write(kPath, content);
-    std::string text;
-    ASSERT_EQ(read_file(kPath, 1024, text), 0);
-    EXPECT_EQ(text, content);
+    std::string text = before;
+    EXPECT_EQ(read_file(kPath, limit, text), 0);
+    return text;
 }
 
-TEST(FsReadFile, ReplacesWhatTheBufferHeld) {
-    TempRoot root;
-    root.write(kPath, "short");
-    std::string text(5000, 'x');
-    ASSERT_EQ(read_file(kPath, 1024, text), 0);
-    EXPECT_EQ(text, "short");
+TEST(FsReadFile, ReadsEveryByteOfARegularFile) {
+    const std::string content("[g]\r\nk=v\0tail\n\xEF\xBB\xBF", 18);
+    EXPECT_EQ(write_and_read(content, 1024), content);
 }
 
-TEST(FsReadFile, EmptyFileGivesEmptyText) {
-    TempRoot root;
-    root.write(kPath, "");
-    std::string text = "old";
-    ASSERT_EQ(read_file(kPath, 1024, text), 0);
-    EXPECT_EQ(text, "");
-}
+TEST(FsReadFile, ReplacesWhatTheBufferHeld) { EXPECT_EQ(write_and_read("short", 1024, std::string(5000, 'x')), "short"); }
+
+TEST(FsReadFile, EmptyFileGivesEmptyText) { EXPECT_EQ(write_and_read("", 1024, "old"), ""); }
 
 TEST(FsReadFile, FileOfExactlyTheLimitIsRead) {
-    TempRoot root;
     const std::string content(4096, 'a');
-    root.write(kPath, content);
-    std::string text;
-    ASSERT_EQ(read_file(kPath, 4096, text), 0);
-    EXPECT_EQ(text, content);
+    EXPECT_EQ(write_and_read(content, 4096), content);
 }
 
 TEST(FsReadFile, FileOneByteOverTheLimitFailsWithEfbig) {
@@ -76,13 +66,9 @@ TEST(FsReadFile, FileOneByteOverTheLimitFailsWithEfbig) {
 }
 
 TEST(FsReadFile, LargeFileIsReadWhole) {
-    TempRoot root;
     std::string content;
     for (int i = 0; content.size() < 300000; ++i) content += std::to_string(i) + "\n";
-    root.write(kPath, content);
-    std::string text;
-    ASSERT_EQ(read_file(kPath, 1024 * 1024, text), 0);
-    EXPECT_EQ(text, content);
+    EXPECT_EQ(write_and_read(content, 1024 * 1024), content);
 }
 
 TEST(FsReadFile, MissingFileFailsWithEnoent) {
