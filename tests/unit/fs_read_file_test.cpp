@@ -24,12 +24,13 @@ using viewgeo::testing::TempRoot;
 
 constexpr const char *kPath = "/etc/viewgeo/data";
 
-// Reads `logical` with the given limit; `err` gets errno after a failure.
-int read_file(const char *logical, std::size_t limit, std::string &text, int *err = nullptr) {
+// The errno of a read of `logical` that fails; 0 when it succeeds, -1 when
+// it fails without saying why.
+int failure_of(const char *logical, std::size_t limit) {
+    std::string text;
     errno = 0;
-    const int rc = fs::read_file(logical, limit, text);
-    if (err != nullptr) *err = errno;
-    return rc;
+    if (fs::read_file(logical, limit, text) == 0) return 0;
+    return errno != 0 ? errno : -1;
 }
 
 // Writes `content` as the test file and reads it back into a buffer that
@@ -38,7 +39,7 @@ std::string write_and_read(const std::string &content, std::size_t limit, const 
     TempRoot root;
     root.write(kPath, content);
     std::string text = before;
-    EXPECT_EQ(read_file(kPath, limit, text), 0);
+    EXPECT_EQ(fs::read_file(kPath, limit, text), 0);
     return text;
 }
 
@@ -59,10 +60,7 @@ TEST(FsReadFile, FileOfExactlyTheLimitIsRead) {
 TEST(FsReadFile, FileOneByteOverTheLimitFailsWithEfbig) {
     TempRoot root;
     root.write(kPath, std::string(4097, 'a'));
-    std::string text;
-    int err = 0;
-    EXPECT_EQ(read_file(kPath, 4096, text, &err), -1);
-    EXPECT_EQ(err, EFBIG);
+    EXPECT_EQ(failure_of(kPath, 4096), EFBIG);
 }
 
 TEST(FsReadFile, LargeFileIsReadWhole) {
@@ -73,26 +71,20 @@ TEST(FsReadFile, LargeFileIsReadWhole) {
 
 TEST(FsReadFile, MissingFileFailsWithEnoent) {
     TempRoot root;
-    std::string text;
-    int err = 0;
-    EXPECT_EQ(read_file(kPath, 1024, text, &err), -1);
-    EXPECT_EQ(err, ENOENT);
+    EXPECT_EQ(failure_of(kPath, 1024), ENOENT);
 }
 
 TEST(FsReadFile, DirectoryFailsWithEisdir) {
     TempRoot root;
     root.make_dir(kPath);
-    std::string text;
-    int err = 0;
-    EXPECT_EQ(read_file(kPath, 1024, text, &err), -1);
-    EXPECT_EQ(err, EISDIR);
+    EXPECT_EQ(failure_of(kPath, 1024), EISDIR);
 }
 
 TEST(FsReadFile, PathIsResolvedBelowTheTestRoot) {
     TempRoot root;
     root.write("/var/run/ptz/mo_data_file", "below the root");
     std::string text;
-    ASSERT_EQ(read_file("/var/run/ptz/mo_data_file", 1024, text), 0);
+    ASSERT_EQ(fs::read_file("/var/run/ptz/mo_data_file", 1024, text), 0);
     EXPECT_EQ(text, "below the root");
 }
 
@@ -100,12 +92,10 @@ TEST(FsReadFile, InjectedFailureFailsOneCallWithItsErrno) {
     TempRoot root;
     root.write(kPath, "k=v\n");
     fs::inject_failure(fs::Op::ReadFile, EIO, 1);
+    EXPECT_EQ(failure_of(kPath, 1024), 0);  // skipped
+    EXPECT_EQ(failure_of(kPath, 1024), EIO);
     std::string text;
-    int err = 0;
-    EXPECT_EQ(read_file(kPath, 1024, text), 0);  // skipped
-    EXPECT_EQ(read_file(kPath, 1024, text, &err), -1);
-    EXPECT_EQ(err, EIO);
-    EXPECT_EQ(read_file(kPath, 1024, text), 0);  // once only
+    EXPECT_EQ(fs::read_file(kPath, 1024, text), 0);  // once only
     EXPECT_EQ(text, "k=v\n");
 }
 
@@ -114,9 +104,9 @@ TEST(FsReadFile, CountsAsOneCallOfTheLayer) {
     root.write(kPath, "k=v\n");
     std::string text;
     fs::kill_at_call(0);
-    ASSERT_EQ(read_file(kPath, 1024, text), 0);
+    ASSERT_EQ(fs::read_file(kPath, 1024, text), 0);
     EXPECT_EQ(fs::calls_made(), 1);
-    EXPECT_EQ(read_file("/etc/viewgeo/missing", 1024, text), -1);
+    EXPECT_EQ(fs::read_file("/etc/viewgeo/missing", 1024, text), -1);
     EXPECT_EQ(fs::calls_made(), 2);
 }
 
@@ -126,17 +116,14 @@ TEST(FsReadFile, CharacterDeviceWithNothingToReadGivesEmptyText) {
     TempRoot root;
     std::filesystem::create_symlink("/dev/null", root.real(kPath));
     std::string text = "old";
-    ASSERT_EQ(read_file(kPath, 1024, text), 0);
+    ASSERT_EQ(fs::read_file(kPath, 1024, text), 0);
     EXPECT_EQ(text, "");
 }
 
 TEST(FsReadFile, EndlessDeviceFailsAtTheLimit) {
     TempRoot root;
     std::filesystem::create_symlink("/dev/zero", root.real(kPath));
-    std::string text;
-    int err = 0;
-    EXPECT_EQ(read_file(kPath, 10000, text, &err), -1);
-    EXPECT_EQ(err, EFBIG);
+    EXPECT_EQ(failure_of(kPath, 10000), EFBIG);
 }
 
 // Files of /proc state a size of 0 yet have content: the size is only a hint.
@@ -151,7 +138,7 @@ TEST(FsReadFile, RegularFileLongerThanItsStatedSizeIsReadToTheEnd) {
     TempRoot root;
     std::filesystem::create_symlink("/proc/self/cmdline", root.real(kPath));
     std::string text;
-    ASSERT_EQ(read_file(kPath, 1024 * 1024, text), 0);
+    ASSERT_EQ(fs::read_file(kPath, 1024 * 1024, text), 0);
     EXPECT_EQ(text, expected.str());
 }
 
@@ -179,7 +166,7 @@ TEST(FsReadFile, FifoIsReadUntilItsWriterCloses) {
     const std::vector<std::string> pieces = {"[g]\n", "k=v\n", std::string(6000, '#') + "\n", "last=1\n"};
     std::thread writer = fifo_writer(root.real(kPath), pieces);
     std::string text;
-    const int rc = read_file(kPath, 1024 * 1024, text);
+    const int rc = fs::read_file(kPath, 1024 * 1024, text);
     writer.join();
     ASSERT_EQ(rc, 0);
     EXPECT_EQ(text, pieces[0] + pieces[1] + pieces[2] + pieces[3]);
@@ -189,11 +176,8 @@ TEST(FsReadFile, FifoOverTheLimitFails) {
     TempRoot root;
     ASSERT_EQ(::mkfifo(root.real(kPath).c_str(), 0600), 0);
     std::thread writer = fifo_writer(root.real(kPath), {std::string(100, 'a'), std::string(1, 'b')});
-    std::string text;
-    int err = 0;
-    const int rc = read_file(kPath, 100, text, &err);
+    const int err = failure_of(kPath, 100);
     writer.join();
-    EXPECT_EQ(rc, -1);
     EXPECT_EQ(err, EFBIG);
 }
 
