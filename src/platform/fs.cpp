@@ -1,9 +1,11 @@
 #include "platform/fs.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <csignal>
 #include <fcntl.h>
+#include <new>
 #include <string>
 #include <unistd.h>
 
@@ -19,7 +21,7 @@ struct Injection {
     int err = 0;
     int skip = 0;
 };
-constexpr int kOpCount = static_cast<int>(Op::CloseFd) + 1;
+constexpr int kOpCount = static_cast<int>(Op::ReadFile) + 1;
 Injection injections[kOpCount];
 int calls_counted = 0;
 int kill_at = 0;
@@ -65,7 +67,7 @@ int calls_made() { return calls_counted; }
 
 int stat(const char *path, struct stat *st) {
     VIEWGEO_FAIL_IF(Op::Stat, -1);
-    return ::stat(resolve(path).c_str(), st);
+    return ::stat(ResolvedPath(path).c_str(), st);
 }
 
 bool exists(const char *path) {
@@ -75,7 +77,7 @@ bool exists(const char *path) {
 
 FILE *fopen(const char *path, const char *mode) {
     VIEWGEO_FAIL_IF(Op::Fopen, nullptr);
-    return std::fopen(resolve(path).c_str(), mode);
+    return std::fopen(ResolvedPath(path).c_str(), mode);
 }
 
 FILE *fopen_new_for_write(const char *path) {
@@ -84,7 +86,7 @@ FILE *fopen_new_for_write(const char *path) {
     // is cut: a symbolic link is not followed, a FIFO does not block the
     // open, and a file with a second name (a hard link planted there) or
     // anything but a regular file is refused rather than truncated.
-    const int fd = ::open(resolve(path).c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
+    const int fd = ::open(ResolvedPath(path).c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
     if (fd < 0) return nullptr;
     auto fail = [fd](int err) -> FILE * {
         ::close(fd);
@@ -136,22 +138,22 @@ int print(FILE *file, const char *format, ...) {
 
 int chmod(const char *path, mode_t mode) {
     VIEWGEO_FAIL_IF(Op::Chmod, -1);
-    return ::chmod(resolve(path).c_str(), mode);
+    return ::chmod(ResolvedPath(path).c_str(), mode);
 }
 
 int chown(const char *path, uid_t owner, gid_t group) {
     VIEWGEO_FAIL_IF(Op::Chown, -1);
-    return ::chown(resolve(path).c_str(), owner, group);
+    return ::chown(ResolvedPath(path).c_str(), owner, group);
 }
 
 int rename(const char *from, const char *to) {
     VIEWGEO_FAIL_IF(Op::Rename, -1);
-    return std::rename(resolve(from).c_str(), resolve(to).c_str());
+    return std::rename(ResolvedPath(from).c_str(), ResolvedPath(to).c_str());
 }
 
 int open_dir(const char *path) {
     VIEWGEO_FAIL_IF(Op::OpenDir, -1);
-    return ::open(resolve(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    return ::open(ResolvedPath(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
 }
 
 int fsync_fd(int fd) {
@@ -169,6 +171,67 @@ int close_fd(int fd) {
     }
 #endif
     return ::close(fd);
+}
+
+namespace {
+
+// Reads an open descriptor to its end into `text`. A regular file's size is
+// known first, so one read of a byte more than that normally takes it all:
+// getting exactly that many bytes back means the end was reached, without a
+// further read that returns 0. Anything else (a file that grew or shrank, a
+// device, a FIFO) is read until a read returns 0.
+int read_to_end(int fd, std::size_t limit, std::string &text) {
+    struct stat st;
+    if (::fstat(fd, &st) != 0) return -1;
+    if (S_ISDIR(st.st_mode)) {
+        errno = EISDIR;
+        return -1;
+    }
+    const bool regular = S_ISREG(st.st_mode);
+    const std::size_t expected = regular ? static_cast<std::size_t>(st.st_size) : 0;
+    if (regular && (st.st_size < 0 || expected > limit)) {
+        errno = EFBIG;
+        return -1;
+    }
+    try {
+        text.resize(expected + 1);
+        std::size_t used = 0;
+        for (;;) {
+            if (used == text.size()) {
+                if (used > limit) {
+                    errno = EFBIG;
+                    return -1;
+                }
+                text.resize(std::min(limit + 1, std::max<std::size_t>(2 * used, 4096)));
+            }
+            const ssize_t n = ::read(fd, text.data() + used, text.size() - used);
+            if (n < 0) {
+                if (errno == EINTR) continue;
+                return -1;
+            }
+            if (n == 0) break;
+            used += static_cast<std::size_t>(n);
+            if (regular && used == expected) break;
+        }
+        text.resize(used);
+    } catch (const std::bad_alloc &) {
+        errno = ENOMEM;
+        return -1;
+    }
+    return 0;
+}
+
+}  // namespace
+
+int read_file(const char *path, std::size_t limit, std::string &text) {
+    VIEWGEO_FAIL_IF(Op::ReadFile, -1);
+    const int fd = ::open(ResolvedPath(path).c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return -1;
+    const int result = read_to_end(fd, limit, text);
+    const int saved = errno;
+    ::close(fd);
+    errno = saved;
+    return result;
 }
 
 }  // namespace viewgeo::platform::fs

@@ -4,7 +4,9 @@
 // a chosen errno, to test the writers' failure paths.
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
+#include <string>
 #include <sys/stat.h>
 #include <sys/types.h>
 
@@ -33,9 +35,15 @@ int rename(const char *from, const char *to);
 int open_dir(const char *path);
 int fsync_fd(int fd);
 int close_fd(int fd);
+// The whole content of the file at `path`, into `text` (replacing what it
+// held; its capacity is reused); 0 on success, -1 with errno on failure,
+// `text` then holding nothing of use: a directory (EISDIR), more than `limit`
+// bytes (EFBIG), no memory (ENOMEM), or a failed open or read. Devices and
+// FIFOs are read until their end.
+int read_file(const char *path, std::size_t limit, std::string &text);
 
 #ifdef VIEWGEO_TEST_SEAM
-enum class Op { Stat, Fopen, FopenNew, Fflush, Fsync, Fclose, Print, Chmod, Chown, Rename, OpenDir, FsyncFd, CloseFd };
+enum class Op { Stat, Fopen, FopenNew, Fflush, Fsync, Fclose, Print, Chmod, Chown, Rename, OpenDir, FsyncFd, CloseFd, ReadFile };
 // Test build only: the call of `op` after `skip` successful ones fails with
 // errno `err` (once).
 void inject_failure(Op op, int err, int skip = 0);

@@ -1,8 +1,7 @@
 #include "platform/inikit.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <cstring>
-#include <deque>
 #include <ini.h>
 #include <new>
 #include <string>
@@ -11,40 +10,35 @@
 
 #include "platform/fs.h"
 
-// A parsed file: the entries own their strings; the views point into them.
+// A parsed file. The group, key and value strings lie back to back in one
+// buffer, each ended by a NUL, so a load allocates nothing per entry; the
+// buffers keep their capacity for the next load.
 struct inikit {
-    struct Owned {
-        std::string group, key, value;
+    // An entry, and where its strings start in `strings`: the buffer may
+    // still move while the file is parsed, so the pointers are set after.
+    struct Item {
+        inikit_entry entry;
+        std::size_t group, key, value;
     };
-    std::deque<Owned> owned;  // a deque keeps the strings in place as it grows
-    std::vector<inikit_entry> entries;
+    std::string text;     // the file as read
+    std::string strings;  // starts with the group "" of entries before any header
+    std::vector<Item> items;
     std::size_t next = 0;
 };
 
 namespace {
 
-// Reads the whole file; false when it cannot be opened or read, or is larger
-// than kInikitMaxFileSize.
-bool read_file(const char *path, std::string &text) {
-    FILE *file = viewgeo::platform::fs::fopen(path, "rb");
-    if (file == nullptr) return false;
-    text.clear();
-    char buffer[4096];
-    bool ok = true;
-    for (;;) {
-        const std::size_t n = std::fread(buffer, 1, sizeof buffer, file);
-        text.append(buffer, n);
-        if (text.size() > kInikitMaxFileSize) {
-            ok = false;
-            break;
-        }
-        if (n < sizeof buffer) {
-            ok = !std::ferror(file);  // a directory fails here (EISDIR)
-            break;
-        }
+// Buffers up to this size are kept for the next load; larger ones, left by
+// an unusually large file, are given back once it is done with.
+constexpr std::size_t kKeptCapacity = 16 * 1024;
+
+template <class Buffer>
+void empty(Buffer &buffer) {
+    if (buffer.capacity() * sizeof buffer[0] > kKeptCapacity) {
+        Buffer().swap(buffer);
+    } else {
+        buffer.clear();
     }
-    viewgeo::platform::fs::fclose(file);
-    return ok;
 }
 
 bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\v' || c == '\f' || c == '\r'; }
@@ -57,10 +51,19 @@ std::string_view strip(std::string_view s) {
 
 // The rest of a line from a ";" that follows white space is a comment.
 std::string_view cut_inline_comment(std::string_view line) {
-    for (std::size_t i = 1; i < line.size(); ++i) {
-        if (line[i] == ';' && is_blank(line[i - 1])) return line.substr(0, i);
+    for (std::size_t i = line.find(';', 1); i != std::string_view::npos; i = line.find(';', i + 1)) {
+        if (is_blank(line[i - 1])) return line.substr(0, i);
     }
     return line;
+}
+
+// Where the first "=" or ":" of a line is, or npos. A plain loop: the lines
+// are short, and a search for either of two characters costs more per byte.
+std::size_t find_separator(std::string_view line) {
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        if (line[i] == '=' || line[i] == ':') return i;
+    }
+    return std::string_view::npos;
 }
 
 // What one parse shares between the line feeder and the entry collector.
@@ -70,7 +73,7 @@ std::string_view cut_inline_comment(std::string_view line) {
 struct Parse {
     std::string_view text;
     inikit *kit = nullptr;
-    std::string group;        // the current group, "" before any header
+    std::size_t group = 0;    // where the current group's name starts in kit->strings
     bool group_known = true;  // false after a header that could not be read
     bool failed = false;      // out of memory
 };
@@ -112,11 +115,16 @@ char *feed_line(char *str, int num, void *stream) {
             if (line.front() == '[') {
                 std::string_view name;
                 parse.group_known = read_header(line, name);
-                if (parse.group_known) parse.group.assign(name);
+                if (parse.group_known) {
+                    std::string &strings = parse.kit->strings;
+                    parse.group = strings.size();
+                    strings.append(name);
+                    strings.push_back('\0');
+                }
                 continue;
             }
             if (!parse.group_known) continue;
-            const std::size_t sep = line.find_first_of("=:");
+            const std::size_t sep = find_separator(line);
             if (sep == std::string_view::npos || sep == 0) continue;  // no key or no separator
             // The line, "\n" and the terminator must fit libinih's buffer,
             // or it would split the line; its size is the caller's setting.
@@ -138,7 +146,12 @@ int collect(void *user, const char * /*section*/, const char *name, const char *
     // have set; such a line has no "=" and is skipped like any other.
     if (name == nullptr || value == nullptr || name[0] == '\0') return 1;
     try {
-        parse.kit->owned.push_back({parse.group, name, value});
+        std::string &strings = parse.kit->strings;
+        const std::size_t key_at = strings.size();
+        strings.append(name, std::strlen(name) + 1);  // with its NUL
+        const std::size_t value_at = strings.size();
+        strings.append(value, std::strlen(value) + 1);
+        parse.kit->items.push_back({{}, parse.group, key_at, value_at});
     } catch (const std::bad_alloc &) {
         parse.failed = true;
         return 0;
@@ -147,55 +160,47 @@ int collect(void *user, const char * /*section*/, const char *name, const char *
 }
 
 void clear_entries(inikit &kit) {
-    kit.owned.clear();
-    kit.entries.clear();
+    empty(kit.text);
+    empty(kit.strings);
+    empty(kit.items);
     kit.next = 0;
 }
 
 bool load(inikit &kit, const char *path) {
     clear_entries(kit);
-    std::string text;
-    if (!read_file(path, text)) return false;
+    if (viewgeo::platform::fs::read_file(path, kInikitMaxFileSize, kit.text) != 0) return false;
+    // The strings of a file take at most about as many bytes as its text.
+    kit.strings.reserve(std::min(kit.text.size() + 2, kKeptCapacity));
+    kit.strings.push_back('\0');
 
     Parse parse;
-    parse.text = text;
+    parse.text = kit.text;
     parse.kit = &kit;
     // A byte order mark is skipped here, so the first line is judged without it.
     if (parse.text.starts_with("\xEF\xBB\xBF")) parse.text.remove_prefix(3);
     // Every line libinih sees is well-formed: with its default options the
     // result is 0; negative only when its own line buffer cannot be allocated.
     const int result = ini_parse_stream(feed_line, &parse, collect, &parse);
+    empty(kit.text);
     if (parse.failed || result < 0) {
         clear_entries(kit);
         return false;
     }
-    kit.entries.reserve(kit.owned.size());
-    for (const inikit::Owned &o : kit.owned) kit.entries.push_back({o.group.c_str(), o.key.c_str(), o.value.c_str()});
+    const char *base = kit.strings.data();
+    for (inikit::Item &item : kit.items) item.entry = {base + item.group, base + item.key, base + item.value};
     return true;
 }
 
-inikit *cursor = nullptr;
+// The cursor form's file: loading it again replaces what it held.
+inikit cursor;
 
 }  // namespace
 
-int inikit_opencfg(const char *path) {
-    inikit_closecfg();
-    inikit *kit = inikit_new();
-    if (kit == nullptr) return 0;
-    if (!inikit_load_cfg(kit, path)) {
-        inikit_free(kit);
-        return 0;
-    }
-    cursor = kit;
-    return 1;
-}
+int inikit_opencfg(const char *path) { return inikit_load_cfg(&cursor, path); }
 
-const inikit_entry *inikit_getcfg(void) { return inikit_get_next_cfg(cursor); }
+const inikit_entry *inikit_getcfg(void) { return inikit_get_next_cfg(&cursor); }
 
-void inikit_closecfg(void) {
-    inikit_free(cursor);
-    cursor = nullptr;
-}
+void inikit_closecfg(void) { clear_entries(cursor); }
 
 inikit *inikit_new(void) { return new (std::nothrow) inikit; }
 
@@ -210,8 +215,8 @@ int inikit_load_cfg(inikit *handle, const char *path) {
 }
 
 const inikit_entry *inikit_get_next_cfg(inikit *handle) {
-    if (handle == nullptr || handle->next >= handle->entries.size()) return nullptr;
-    return &handle->entries[handle->next++];
+    if (handle == nullptr || handle->next >= handle->items.size()) return nullptr;
+    return &handle->items[handle->next++].entry;
 }
 
 void inikit_free(inikit *handle) { delete handle; }

@@ -21,11 +21,7 @@ std::string &test_root() {
 
 void set_test_root(const std::string &root) { test_root() = root; }
 
-std::string resolve(const char *path) { return test_root() + path; }
-
-#else
-
-std::string resolve(const char *path) { return path; }
+ResolvedPath::ResolvedPath(const char *path) : joined_(test_root() + path) {}
 
 #endif
 

@@ -16,8 +16,24 @@ inline constexpr const char *kOvistaConfigPath = "/etc/viewgeo/ovista.conf";
 inline constexpr const char *kOvistaBackupPath = "/etc/viewgeo/ovista.bak";
 
 // The path the file system is asked for: `path` itself in the installed
-// library, `path` below the test root in the test build.
-std::string resolve(const char *path);
+// library, where nothing is copied, `path` below the test root in the test
+// build. Lives as long as the call it is made for.
+class ResolvedPath {
+public:
+#ifdef VIEWGEO_TEST_SEAM
+    explicit ResolvedPath(const char *path);
+    const char *c_str() const { return joined_.c_str(); }
+
+private:
+    std::string joined_;
+#else
+    explicit ResolvedPath(const char *path) : path_(path) {}
+    const char *c_str() const { return path_; }
+
+private:
+    const char *path_;
+#endif
+};
 
 #ifdef VIEWGEO_TEST_SEAM
 // Test build only: every path resolves below `root` ("" restores the real

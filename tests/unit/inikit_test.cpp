@@ -1,6 +1,7 @@
 // The configuration reader: what it makes of real files, both forms of
 // access, and that it leaves libinih's process-wide options alone.
 #include <cerrno>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <ini.h>
 #include <random>
@@ -332,6 +333,14 @@ TEST(Inikit, DirectoryFailsToLoad) {
     EXPECT_EQ(loaded, 0);
 }
 
+TEST(Inikit, CharacterDeviceWithNothingToReadLoadsWithNoEntries) {
+    TempRoot root;
+    std::filesystem::create_symlink("/dev/null", root.real(kPath));
+    int loaded = 0;
+    EXPECT_TRUE(read_all(kPath, &loaded).empty());
+    EXPECT_EQ(loaded, 1);
+}
+
 TEST(Inikit, UnreadableFileFailsToLoad) {
     if (geteuid() == 0) GTEST_SKIP() << "permissions do not stop root from reading";
     TempRoot root;
@@ -345,7 +354,7 @@ TEST(Inikit, UnreadableFileFailsToLoad) {
 TEST(Inikit, FailedOpenOfTheFileFailsTheLoad) {
     TempRoot root;
     root.write(kPath, "k=v\n");
-    viewgeo::platform::fs::inject_failure(viewgeo::platform::fs::Op::Fopen, EIO);
+    viewgeo::platform::fs::inject_failure(viewgeo::platform::fs::Op::ReadFile, EIO);
     int loaded = 1;
     EXPECT_TRUE(read_all(kPath, &loaded).empty());
     EXPECT_EQ(loaded, 0);
@@ -485,6 +494,44 @@ TEST(InikitCursor, EmptyFileOpensAndHasNoEntries) {
     inikit_closecfg();
 }
 
+TEST(InikitCursor, FailedReadOfTheFileLeavesNothingOpen) {
+    TempRoot root;
+    root.write(kPath, "a=1\nb=2\n");
+    ASSERT_NE(inikit_opencfg(kPath), 0);
+    viewgeo::platform::fs::inject_failure(viewgeo::platform::fs::Op::ReadFile, EIO);
+    EXPECT_EQ(inikit_opencfg(kPath), 0);
+    EXPECT_EQ(inikit_getcfg(), nullptr);
+    inikit_closecfg();
+}
+
+// A large file, then a small one, then the large one again: what one open
+// leaves behind never shows in the next.
+TEST(InikitCursor, SmallFileAfterALargeOneShowsOnlyItsOwnEntries) {
+    TempRoot root;
+    std::string large;
+    std::vector<Entry> large_entries;
+    for (int i = 0; i < 3000; ++i) {
+        const std::string group = "group_" + std::to_string(i % 7);
+        const std::string key = "key_" + std::to_string(i);
+        const std::string value = std::string(static_cast<std::size_t>(i % 40), 'v') + std::to_string(i);
+        large += "[" + group + "]\n" + key + " = " + value + "\n";
+        large_entries.push_back({group, key, value});
+    }
+    root.write("/etc/viewgeo/large.conf", large);
+    root.write("/etc/viewgeo/small.conf", "[s]\nk = v\n");
+    auto read_cursor = [](const char *path) {
+        std::vector<Entry> out;
+        EXPECT_NE(inikit_opencfg(path), 0);
+        while (const inikit_entry *e = inikit_getcfg()) out.push_back(copy_entry(e));
+        inikit_closecfg();
+        return out;
+    };
+    EXPECT_EQ(read_cursor("/etc/viewgeo/large.conf"), large_entries);
+    EXPECT_EQ(read_cursor("/etc/viewgeo/small.conf"), (std::vector<Entry>{{"s", "k", "v"}}));
+    EXPECT_EQ(read_cursor("/etc/viewgeo/large.conf"), large_entries);
+    EXPECT_EQ(read_cursor("/etc/viewgeo/small.conf"), (std::vector<Entry>{{"s", "k", "v"}}));
+}
+
 // ---- Handle form -------------------------------------------------------------
 
 TEST(InikitHandle, LoadingAgainReplacesTheEntriesAndRestarts) {
@@ -538,6 +585,29 @@ TEST(InikitHandle, HandlesAreIndependentOfEachOtherAndOfTheCursor) {
     EXPECT_EQ(inikit_get_next_cfg(one), nullptr);
     inikit_free(one);
     inikit_free(two);
+}
+
+// Every entry handed out stays valid while the next ones are read, however
+// many there are.
+TEST(InikitHandle, AllEntriesOfALargeFileStayValidTogether) {
+    TempRoot root;
+    std::string text = "before = header\n";
+    for (int i = 0; i < 2000; ++i) {
+        if (i % 100 == 0) text += "[part_" + std::to_string(i / 100) + "]\n";
+        text += "k" + std::to_string(i) + " = value number " + std::to_string(i) + "\n";
+    }
+    root.write(kPath, text);
+    inikit *kit = inikit_new();
+    ASSERT_NE(inikit_load_cfg(kit, kPath), 0);
+    std::vector<const inikit_entry *> all;
+    while (const inikit_entry *e = inikit_get_next_cfg(kit)) all.push_back(e);
+    ASSERT_EQ(all.size(), 2001u);
+    EXPECT_EQ(copy_entry(all[0]), (Entry{"", "before", "header"}));
+    for (int i = 0; i < 2000; ++i) {
+        const Entry expected{"part_" + std::to_string(i / 100), "k" + std::to_string(i), "value number " + std::to_string(i)};
+        EXPECT_EQ(copy_entry(all[static_cast<std::size_t>(i) + 1]), expected);
+    }
+    inikit_free(kit);
 }
 
 TEST(InikitHandle, NullHandleIsRefusedQuietly) {
