@@ -191,16 +191,22 @@ bool load(inikit &kit, const char *path) {
     return true;
 }
 
-// The cursor form's file: loading it again replaces what it held.
-inikit cursor;
+// The cursor form's file: loading it again replaces what it held. It is
+// never destroyed, so a host program's exit handlers can still read a file;
+// the buffers it keeps are small (see kKeptCapacity).
+inikit &cursor() {
+    alignas(inikit) static unsigned char storage[sizeof(inikit)];
+    static inikit *const kit = new (storage) inikit;
+    return *kit;
+}
 
 }  // namespace
 
-int inikit_opencfg(const char *path) { return inikit_load_cfg(&cursor, path); }
+int inikit_opencfg(const char *path) { return inikit_load_cfg(&cursor(), path); }
 
-const inikit_entry *inikit_getcfg(void) { return inikit_get_next_cfg(&cursor); }
+const inikit_entry *inikit_getcfg(void) { return inikit_get_next_cfg(&cursor()); }
 
-void inikit_closecfg(void) { clear_entries(cursor); }
+void inikit_closecfg(void) { clear_entries(cursor()); }
 
 inikit *inikit_new(void) { return new (std::nothrow) inikit; }
 

@@ -127,16 +127,19 @@ TEST(FsReadFile, EndlessDeviceFailsAtTheLimit) {
 }
 
 // Files of /proc state a size of 0 yet have content: the size is only a hint.
+// (Not a file of /proc/self: tools such as valgrind show the program a
+// substitute for some of those when opened by name, not through a link.)
 TEST(FsReadFile, RegularFileLongerThanItsStatedSizeIsReadToTheEnd) {
+    const char *const proc_file = "/proc/sys/kernel/ostype";
     struct stat st;
-    if (::stat("/proc/self/cmdline", &st) != 0 || !S_ISREG(st.st_mode) || st.st_size != 0) {
+    if (::stat(proc_file, &st) != 0 || !S_ISREG(st.st_mode) || st.st_size != 0) {
         GTEST_SKIP() << "no /proc file that states a size of 0";
     }
     std::ostringstream expected;
-    expected << std::ifstream("/proc/self/cmdline", std::ios::binary).rdbuf();
+    expected << std::ifstream(proc_file, std::ios::binary).rdbuf();
     ASSERT_FALSE(expected.str().empty());
     TempRoot root;
-    std::filesystem::create_symlink("/proc/self/cmdline", root.real(kPath));
+    std::filesystem::create_symlink(proc_file, root.real(kPath));
     std::string text;
     ASSERT_EQ(fs::read_file(kPath, 1024 * 1024, text), 0);
     EXPECT_EQ(text, expected.str());
