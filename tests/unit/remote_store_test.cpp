@@ -51,6 +51,17 @@ struct Context {
     ~Context() { viewgeo_context_delete(ctx); }
 };
 
+// Both readers fail for `channel`, and the centre query leaves the
+// context's pan and tilt as they were.
+void expect_both_readers_fail(int channel) {
+    Context c;
+    viewgeo_set_pantilt_x(c.ctx, 123, 456);
+    EXPECT_EQ(viewgeo_get_remote_center(c.ctx, channel), -1);
+    EXPECT_EQ(c.ctx->pan, 123);
+    EXPECT_EQ(c.ctx->tilt, 456);
+    EXPECT_EQ(viewgeo_get_remote_calibrated(channel), nullptr);
+}
+
 // --- rewrite ------------------------------------------------------------
 
 TEST(RemoteStoreWrite, NoFileYetCreatesExactlyFiveLines) {
@@ -410,35 +421,20 @@ TEST(RemoteStoreRead, CentreIsRoundedToTheNearestWord) {
 
 TEST(RemoteStoreRead, MissingFileFailsAndLeavesTheContext) {
     TempRoot root;
-    Context c;
-    viewgeo_set_pantilt_x(c.ctx, 123, 456);
-    EXPECT_EQ(viewgeo_get_remote_center(c.ctx, 1), -1);
-    EXPECT_EQ(c.ctx->pan, 123);
-    EXPECT_EQ(c.ctx->tilt, 456);
-    EXPECT_EQ(viewgeo_get_remote_calibrated(1), nullptr);
+    expect_both_readers_fail(1);
 }
 
 TEST(RemoteStoreRead, ChannelWithoutGroupFails) {
     TempRoot root;
     root.write(kConf, kTwoChannels);
-    Context c;
-    viewgeo_set_pantilt_x(c.ctx, 123, 456);
-    EXPECT_EQ(viewgeo_get_remote_center(c.ctx, 3), -1);
-    EXPECT_EQ(c.ctx->pan, 123);
-    EXPECT_EQ(c.ctx->tilt, 456);
-    EXPECT_EQ(viewgeo_get_remote_calibrated(3), nullptr);
+    expect_both_readers_fail(3);
 }
 
 TEST(RemoteStoreRead, GroupMissingAKeyFailsBothReaders) {
     TempRoot root;
     root.write(kConf, "[channel_1]\ncenter_pan = 1\ncenter_tilt = 2\ncalibration_status = 1\n"
                       "[channel_2]\nauto_calibrated = 1\n");
-    Context c;
-    viewgeo_set_pantilt_x(c.ctx, 123, 456);
-    EXPECT_EQ(viewgeo_get_remote_center(c.ctx, 1), -1);
-    EXPECT_EQ(c.ctx->pan, 123);
-    EXPECT_EQ(c.ctx->tilt, 456);
-    EXPECT_EQ(viewgeo_get_remote_calibrated(1), nullptr);
+    expect_both_readers_fail(1);
 }
 
 TEST(RemoteStoreRead, ValueThatDoesNotScanCountsAsMissing) {
@@ -554,11 +550,7 @@ TEST(RemoteStoreRead, BinaryFileGivesNoChannel) {
         blob.push_back(static_cast<char>((state >> 16) & 0xFF));
     }
     root.write(kConf, blob);
-    Context c;
-    viewgeo_set_pantilt_x(c.ctx, 123, 456);
-    EXPECT_EQ(viewgeo_get_remote_center(c.ctx, 1), -1);
-    EXPECT_EQ(c.ctx->pan, 123);
-    EXPECT_EQ(viewgeo_get_remote_calibrated(1), nullptr);
+    expect_both_readers_fail(1);
 }
 
 TEST(RemoteStoreRead, WriterOutputReadsBackForManyChannels) {
