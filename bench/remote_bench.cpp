@@ -67,9 +67,10 @@ viewgeo_context *main_view(bool wide) {
     return ctx;
 }
 
-void BM_ToRemotePtzNarrow(benchmark::State &state) {
+// Remote pointing across a row of the main picture.
+void point_remote_camera(benchmark::State &state, bool wide) {
     Files files(state.range(0) != 0);
-    viewgeo_context *ctx = main_view(false);
+    viewgeo_context *ctx = main_view(wide);
     std::int32_t pan = 0, tilt = 0, x = 0;
     for (auto _ : state) {
         viewgeo_to_remote_ptz(ctx, &pan, &tilt, 300 + (x++ & 1023), 700);
@@ -78,21 +79,13 @@ void BM_ToRemotePtzNarrow(benchmark::State &state) {
     }
     viewgeo_context_delete(ctx);
 }
+
+void BM_ToRemotePtzNarrow(benchmark::State &state) { point_remote_camera(state, false); }
 BENCHMARK(BM_ToRemotePtzNarrow)->Arg(0)->Arg(1);
 
 // One wide-path evaluation as the library does it: one test of the lens
 // flag file, a sub-view context without misalignment data, the projection.
-void BM_ToRemotePtzWide(benchmark::State &state) {
-    Files files(state.range(0) != 0);
-    viewgeo_context *ctx = main_view(true);
-    std::int32_t pan = 0, tilt = 0, x = 0;
-    for (auto _ : state) {
-        viewgeo_to_remote_ptz(ctx, &pan, &tilt, 300 + (x++ & 1023), 700);
-        benchmark::DoNotOptimize(pan);
-        benchmark::DoNotOptimize(tilt);
-    }
-    viewgeo_context_delete(ctx);
-}
+void BM_ToRemotePtzWide(benchmark::State &state) { point_remote_camera(state, true); }
 BENCHMARK(BM_ToRemotePtzWide)->Arg(0)->Arg(1);
 
 // The same evaluation with the sub-view made by viewgeo_context_create(),
