@@ -5,6 +5,8 @@
 // byte, the channel's groups with the new key lines, or the group appended.
 // When the old file holds no entry of the channel's group that the reader
 // could find first, the new values must read back.
+#include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -38,10 +40,25 @@ struct Model {
     bool appended = false;
 };
 
+// The number after "[channel_", saturated to the int range; no number gives
+// a value outside it, which names no channel.
+long long header_number(const std::string &piece) {
+    static const std::string prefix = "[channel_";
+    if (piece.compare(0, prefix.size(), prefix) != 0) return INT64_MIN;
+    const char *digits = piece.c_str() + prefix.size();
+    char *end = nullptr;
+    const int saved = errno;
+    const long long value = std::strtoll(digits, &end, 10);
+    errno = saved;
+    if (end == digits) return INT64_MIN;
+    return std::clamp<long long>(value, INT32_MIN, INT32_MAX);
+}
+
 // The rewrite by its line rules: the old text in pieces of at most 99
 // bytes, each ending at its first line feed; a piece is a group header when
-// it starts with "[" and ends with "]\n", and names the channel when the C
-// library scans its number to the channel.
+// it starts with "[" and ends with "]\n", and names the channel when its
+// number, read as "%d" reads it but saturated to the int range, is the
+// channel.
 Model rewrite_model(const std::string &old, int channel, const std::string &keys) {
     Model m;
     bool written = false;
@@ -57,8 +74,7 @@ Model rewrite_model(const std::string &old, int channel, const std::string &keys
         pos += n;
         const bool header = n >= 2 && piece[0] == '[' && piece[n - 2] == ']' && piece[n - 1] == '\n';
         if (header) {
-            int number = 0;
-            const bool names_channel = std::sscanf(piece.c_str(), "[channel_%d", &number) == 1 && number == channel;
+            const bool names_channel = header_number(piece) == channel;
             m.text += piece;
             if (names_channel) {
                 m.text += keys;

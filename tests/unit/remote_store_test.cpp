@@ -136,6 +136,24 @@ TEST(RemoteStoreWrite, HeaderOfAnotherNumberDoesNotMatch) {
     EXPECT_EQ(root.read(kConf), old + group("[channel_11]", "2.000000", "3.000000", 0, 1));
 }
 
+TEST(RemoteStoreWrite, HeaderNumberBeyondTheIntRangeSaturates) {
+    TempRoot root;
+    root.write(kConf, "[channel_-27777777727]\ncenter_pan = 4\n[channel_99999999999]\ncenter_pan = 5\n");
+    EXPECT_EQ(viewgeo_set_remote_center(INT32_MIN, 2.0f, 3.0f, 0, 1), 0);
+    EXPECT_EQ(viewgeo_set_remote_center(INT32_MAX, -2.0f, -3.0f, 1, 0), 0);
+    EXPECT_EQ(root.read(kConf), group("[channel_-27777777727]", "2.000000", "3.000000", 0, 1) +
+                                    group("[channel_99999999999]", "-2.000000", "-3.000000", 1, 0));
+}
+
+TEST(RemoteStoreWrite, HeaderNumberBeyondTheIntRangeDoesNotWrapToAnotherChannel) {
+    TempRoot root;
+    // -27777777727 is -2007973951 modulo 2^32.
+    const std::string old = "[channel_-27777777727]\ncenter_pan = 4\n";
+    root.write(kConf, old);
+    EXPECT_EQ(viewgeo_set_remote_center(-2007973951, 2.0f, 3.0f, 0, 1), 0);
+    EXPECT_EQ(root.read(kConf), old + group("[channel_-2007973951]", "2.000000", "3.000000", 0, 1));
+}
+
 TEST(RemoteStoreWrite, NumberIsScannedAfterBlanksAndSign) {
     TempRoot root;
     // "%d" skips blanks and takes a sign, so both headers name channel 1.
