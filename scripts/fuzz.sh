@@ -7,11 +7,27 @@
 # build/ci/tests/fuzz_<target>_replay <file>.
 #
 # Usage: scripts/fuzz.sh [seconds per target, default 45] [target ...]
+#        scripts/fuzz.sh --runs N [target ...]
+# The first form explores: a random seed, for a time, and what it finds is
+# kept in build/fuzz/corpus/<target>/ for the next run. The second is what
+# the test command runs: exactly N inputs from a fixed seed on the
+# checked-in corpus alone, so its verdict depends on the code and nothing
+# else, and a failure repeats on every machine.
 # Each run prints a line "<target>: <exec/s> exec/s, cov <n> ft <n>".
 set -eu
 cd "$(dirname "$0")/.."
-seconds="${1:-45}"
-[ $# -gt 0 ] && shift
+if [ "${1:-}" = "--runs" ]; then
+    [ $# -ge 2 ] || { echo "usage: scripts/fuzz.sh --runs N [target ...]" >&2; exit 2; }
+    limit="-runs=$2 -seed=20261121"
+    label="$2 inputs, fixed seed"
+    replayable=yes
+    shift 2
+else
+    limit="-max_total_time=${1:-45}"
+    label="${1:-45}s"
+    replayable=no
+    [ $# -gt 0 ] && shift
+fi
 build=build/fuzz
 
 sanitize="-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer"
@@ -43,11 +59,16 @@ export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 failed=""
 for t in $targets; do
     work="$build/corpus/$t"      # what the run adds; the checked-in corpus stays as it is
+    if [ "$replayable" = yes ]; then
+        work="$build/corpus-replayable/$t"
+        rm -rf "$work"
+    fi
     findings="$build/findings/$t"
     mkdir -p "$work" "$findings"
     log="$build/$t.log"
-    echo "== $t: ${seconds}s"
-    if "$build/tests/fuzz_$t" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
+    echo "== $t: $label"
+    # shellcheck disable=SC2086 # $limit holds one or two options
+    if "$build/tests/fuzz_$t" $limit -timeout=10 -rss_limit_mb=2048 \
             -print_final_stats=1 -artifact_prefix="$findings/" \
             "$work" "tests/fuzz/corpus/$t" >"$log" 2>&1; then
         status=ok
