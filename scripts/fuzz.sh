@@ -11,14 +11,17 @@
 # The first form explores: a random seed, for a time, and what it finds is
 # kept in build/fuzz/corpus/<target>/ for the next run. The second is what
 # the test command runs: exactly N inputs from a fixed seed on the
-# checked-in corpus alone, so its verdict depends on the code and nothing
-# else, and a failure repeats on every machine.
+# checked-in corpus alone, without address randomisation or timed corpus
+# reloads, so the same build meets the same inputs on every run and a
+# failure repeats.
 # Each run prints a line "<target>: <exec/s> exec/s, cov <n> ft <n>".
 set -eu
 cd "$(dirname "$0")/.."
 if [ "${1:-}" = "--runs" ]; then
     [ $# -ge 2 ] || { echo "usage: scripts/fuzz.sh --runs N [target ...]" >&2; exit 2; }
-    limit="-runs=$2 -seed=20261121"
+    # Corpus reloads are timed, and addresses feed the comparison hints
+    # that guide mutation: both off, or the same seed takes other paths.
+    limit="-runs=$2 -seed=20261121 -reload=0"
     label="$2 inputs, fixed seed"
     replayable=yes
     shift 2
@@ -56,6 +59,14 @@ if [ -z "${TMPDIR:-}" ] && [ -d /dev/shm ] && [ -w /dev/shm ]; then
 fi
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+fixed_addresses=""
+if [ "$replayable" = yes ]; then
+    if setarch "$(uname -m)" -R true 2>/dev/null; then
+        fixed_addresses="setarch $(uname -m) -R"
+    else
+        echo "note: address randomisation cannot be turned off here; runs may differ" >&2
+    fi
+fi
 failed=""
 for t in $targets; do
     work="$build/corpus/$t"      # what the run adds; the checked-in corpus stays as it is
@@ -67,8 +78,8 @@ for t in $targets; do
     mkdir -p "$work" "$findings"
     log="$build/$t.log"
     echo "== $t: $label"
-    # shellcheck disable=SC2086 # $limit holds one or two options
-    if "$build/tests/fuzz_$t" $limit -timeout=10 -rss_limit_mb=2048 \
+    # shellcheck disable=SC2086 # $limit and $fixed_addresses hold several words
+    if $fixed_addresses "$build/tests/fuzz_$t" $limit -timeout=10 -rss_limit_mb=2048 \
             -print_final_stats=1 -artifact_prefix="$findings/" \
             "$work" "tests/fuzz/corpus/$t" >"$log" 2>&1; then
         status=ok
