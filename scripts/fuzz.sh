@@ -29,7 +29,7 @@ else
     limit="-max_total_time=${1:-45}"
     label="${1:-45}s"
     replayable=no
-    [ $# -gt 0 ] && shift
+    if [ $# -gt 0 ]; then shift; fi
 fi
 build=build/fuzz
 
