@@ -62,7 +62,9 @@ export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 fixed_addresses=""
 if [ "$replayable" = yes ]; then
     if setarch "$(uname -m)" -R true 2>/dev/null; then
-        fixed_addresses="setarch $(uname -m) -R"
+        # Stack addresses also move with the size of the environment, so
+        # the run gets only what it needs.
+        fixed_addresses="env -i PATH=$PATH TMPDIR=${TMPDIR:-/tmp} ASAN_OPTIONS=$ASAN_OPTIONS UBSAN_OPTIONS=$UBSAN_OPTIONS setarch $(uname -m) -R"
     else
         echo "note: address randomisation cannot be turned off here; runs may differ" >&2
     fi
