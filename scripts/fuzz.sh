@@ -64,7 +64,7 @@ if [ "$replayable" = yes ]; then
     if setarch "$(uname -m)" -R true 2>/dev/null; then
         # Stack addresses also move with the size of the environment, so
         # the run gets only what it needs.
-        fixed_addresses="env -i PATH=$PATH TMPDIR=${TMPDIR:-/tmp} ASAN_OPTIONS=$ASAN_OPTIONS UBSAN_OPTIONS=$UBSAN_OPTIONS setarch $(uname -m) -R"
+        fixed_addresses="env -i PATH=/usr/local/bin:/usr/bin:/bin TMPDIR=${TMPDIR:-/tmp} ASAN_OPTIONS=$ASAN_OPTIONS UBSAN_OPTIONS=$UBSAN_OPTIONS setarch $(uname -m) -R"
     else
         echo "note: address randomisation cannot be turned off here; runs may differ" >&2
     fi
