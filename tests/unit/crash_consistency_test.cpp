@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include "platform/fs.h"
+#include "support/emulation.h"
 #include "support/temp_root.h"
 #include "viewgeo.h"
 
@@ -23,6 +24,7 @@ namespace {
 
 namespace fs = viewgeo::platform::fs;
 using viewgeo::testing::TempRoot;
+using viewgeo::testing::under_user_mode_emulation;
 
 constexpr const char *kOvistaConf = "/etc/viewgeo/ovista.conf";
 
@@ -114,14 +116,11 @@ struct OvistaContextDeleter {
 };
 using OvistaPtr = std::unique_ptr<viewgeo_ovista_context, OvistaContextDeleter>;
 
-// Under qemu user-mode emulation (the cross-built suite) a forked child of
-// this program dies of a segmentation fault before it writes anything; what
-// these tests check is the host kernel's file semantics, so they run on the
-// host only.
+// Each test forks a writer, which user-mode emulation cannot run.
 class CrashConsistency : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (std::getenv("VIEWGEO_UNDER_EMULATION") != nullptr) {
+        if (under_user_mode_emulation()) {
             GTEST_SKIP() << "fork is not usable under user-mode emulation";
         }
     }

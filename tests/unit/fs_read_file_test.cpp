@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -16,12 +15,14 @@
 #include <vector>
 
 #include "platform/fs.h"
+#include "support/emulation.h"
 #include "support/temp_root.h"
 
 namespace {
 
 namespace fs = viewgeo::platform::fs;
 using viewgeo::testing::TempRoot;
+using viewgeo::testing::under_user_mode_emulation;
 
 constexpr const char *kPath = "/etc/viewgeo/data";
 
@@ -146,12 +147,6 @@ TEST(FsReadFile, RegularFileLongerThanItsStatedSizeIsReadToTheEnd) {
     EXPECT_EQ(text, expected.str());
 }
 
-// The FIFO tests need a second thread to write while the reader waits. Under
-// qemu user-mode emulation (the cross-built suite) starting any thread kills
-// the program; what they check is the host kernel's FIFO semantics, so they
-// run on the host only.
-bool threads_unusable() { return std::getenv("VIEWGEO_UNDER_EMULATION") != nullptr; }
-
 // Writes `pieces` into the FIFO at `real`, one write each, then closes it.
 // A reader gone early makes a write fail rather than kill the test.
 std::thread fifo_writer(const std::string &real, std::vector<std::string> pieces) {
@@ -171,7 +166,7 @@ std::thread fifo_writer(const std::string &real, std::vector<std::string> pieces
 }
 
 TEST(FsReadFile, FifoIsReadUntilItsWriterCloses) {
-    if (threads_unusable()) GTEST_SKIP() << "threads are not usable under user-mode emulation";
+    if (under_user_mode_emulation()) GTEST_SKIP() << "threads are not usable under user-mode emulation";
     TempRoot root;
     ASSERT_EQ(::mkfifo(root.real(kPath).c_str(), 0600), 0);
     const std::vector<std::string> pieces = {"[g]\n", "k=v\n", std::string(6000, '#') + "\n", "last=1\n"};
@@ -184,7 +179,7 @@ TEST(FsReadFile, FifoIsReadUntilItsWriterCloses) {
 }
 
 TEST(FsReadFile, FifoOverTheLimitFails) {
-    if (threads_unusable()) GTEST_SKIP() << "threads are not usable under user-mode emulation";
+    if (under_user_mode_emulation()) GTEST_SKIP() << "threads are not usable under user-mode emulation";
     TempRoot root;
     ASSERT_EQ(::mkfifo(root.real(kPath).c_str(), 0600), 0);
     std::thread writer = fifo_writer(root.real(kPath), {std::string(100, 'a'), std::string(1, 'b')});
