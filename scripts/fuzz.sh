@@ -8,21 +8,21 @@
 #
 # Usage: scripts/fuzz.sh [seconds per target, default 45] [target ...]
 #        scripts/fuzz.sh --runs N [target ...]
-# The first form explores: a random seed, for a time, and what it finds is
-# kept in build/fuzz/corpus/<target>/ for the next run. The second is what
-# the test command runs: exactly N inputs from a fixed seed on the
-# checked-in corpus alone, without address randomisation or timed corpus
-# reloads, so the same build meets the same inputs on every run and a
-# failure repeats.
+# The first form explores: mutations drawn at random for a time, and what it
+# finds is kept in build/fuzz/corpus/<target>/ for the next run. The second
+# is what the test command runs: exactly N inputs, their random draws always
+# started from the same number, on the checked-in corpus alone, in a minimal
+# environment without address randomisation or timed corpus reloads, so the
+# same build meets the same inputs on every run and a failure repeats.
 # Each run prints a line "<target>: <exec/s> exec/s, cov <n> ft <n>".
 set -eu
 cd "$(dirname "$0")/.."
 if [ "${1:-}" = "--runs" ]; then
     [ $# -ge 2 ] || { echo "usage: scripts/fuzz.sh --runs N [target ...]" >&2; exit 2; }
     # Corpus reloads are timed, and addresses feed the comparison hints
-    # that guide mutation: both off, or the same seed takes other paths.
+    # that guide mutation: both off, or the same draws take other paths.
     limit="-runs=$2 -seed=20261121 -reload=0"
-    label="$2 inputs, fixed seed"
+    label="$2 inputs, fixed draws"
     replayable=yes
     shift 2
 else

@@ -4,7 +4,7 @@
 #      a staging prefix with a C and a C++ consumer built against it;
 #   2. the same suite under AddressSanitizer and UndefinedBehaviorSanitizer;
 #   3. the suite under valgrind memcheck;
-#   4. each fuzzer on 300000 inputs from a fixed seed;
+#   4. each fuzzer on the same 300000 inputs on every run;
 #   5. the suite cross-built for 32-bit ARM without an FPU and for 64-bit
 #      ARM, under qemu.
 set -eu
