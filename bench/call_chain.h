@@ -20,7 +20,7 @@
 #include <type_traits>
 
 #include "core/lens_model.h"
-#include "platform/fixmath.h"
+#include "fixmath/viewgeo_fx.h"
 
 namespace viewgeo::bench {
 
@@ -66,9 +66,9 @@ struct Calls {
     static double sqrt(double v) { return std::sqrt(v); }
     static float sqrtf(float v) { return std::sqrt(v); }
     static float lens(std::int32_t type, float theta) { return lens_value(type, theta); }
-    static std::int32_t fx_sin(std::int32_t v) { return fx_sinx(v, 16); }
-    static std::int32_t fx_cos(std::int32_t v) { return fx_cosx(v, 16); }
-    static std::int32_t fx_sqrt(std::int32_t v) { return fx_sqrtx(v, 16); }
+    static std::int32_t fx_sin(std::int32_t v) { return viewgeo_fx_sinx(v, 16); }
+    static std::int32_t fx_cos(std::int32_t v) { return viewgeo_fx_cosx(v, 16); }
+    static std::int32_t fx_sqrt(std::int32_t v) { return viewgeo_fx_sqrtx(v, 16); }
 };
 
 // Every call replaced by its argument, kept opaque so nothing is folded.

@@ -17,7 +17,7 @@
 #include <random>
 #include <vector>
 
-#include "platform/fixmath.h"
+#include "fixmath/viewgeo_fx.h"
 
 #ifdef VIEWGEO_BENCH_HAVE_LIBFIXMATH
 #include <libfixmath/fix16.h>
@@ -104,10 +104,10 @@ void BM_FixmathTime(benchmark::State& state) {
         benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
-std::int32_t ours_sin(std::int32_t x) { return fx_sinx(x, 16); }
-std::int32_t ours_cos(std::int32_t x) { return fx_cosx(x, 16); }
-std::int32_t ours_sqrt(std::int32_t x) { return fx_sqrtx(x, 16); }
-std::int32_t ours_acos(std::int32_t x) { return fx_acosx(x, 16); }
+std::int32_t ours_sin(std::int32_t x) { return viewgeo_fx_sinx(x, 16); }
+std::int32_t ours_cos(std::int32_t x) { return viewgeo_fx_cosx(x, 16); }
+std::int32_t ours_sqrt(std::int32_t x) { return viewgeo_fx_sqrtx(x, 16); }
+std::int32_t ours_acos(std::int32_t x) { return viewgeo_fx_acosx(x, 16); }
 
 // The double-precision route: Q16.16 to double, libm, rounded back, with the
 // same handling of out-of-range arguments as ours.

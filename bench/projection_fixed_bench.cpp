@@ -11,7 +11,7 @@
 #include "call_chain.h"
 #include "core/lens_model.h"
 #include "core/q16.h"
-#include "platform/fixmath.h"
+#include "fixmath/viewgeo_fx.h"
 #include "viewgeo.h"
 
 namespace viewgeo {

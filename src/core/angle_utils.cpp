@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "core/q16.h"
+#include "fixmath/fixmath.h"
 #include "viewgeo.h"
 
 namespace viewgeo {
@@ -60,15 +61,15 @@ q16 great_circle_x(q16 pan_a, q16 tilt_a, q16 pan_b, q16 tilt_b) {
     const q16 ta = q16_deg_to_rad(tilt_a);
     const q16 tb = q16_deg_to_rad(tilt_b);
     const q16 pr = q16_deg_to_rad(dp);
-    const q16 c_a = fx_cosx(ta, 16);
-    const q16 c_b = fx_cosx(tb, 16);
-    const q16 c_p = fx_cosx(pr, 16);
-    const q16 s_a = fx_sinx(ta, 16);
-    const q16 s_b = fx_sinx(tb, 16);
+    const q16 c_a = fixmath::cosx(ta, 16);
+    const q16 c_b = fixmath::cosx(tb, 16);
+    const q16 c_p = fixmath::cosx(pr, 16);
+    const q16 s_a = fixmath::sinx(ta, 16);
+    const q16 s_b = fixmath::sinx(tb, 16);
     const q16 m = q16_mul(c_a, c_b);
     const q16 n = q16_mul(s_a, s_b);
     // The sum can stray a few units past +-1.0; the arc cosine clamps it.
-    const q16 a = fx_acosx(wrap_add(q16_mul(c_p, m), n), 16);
+    const q16 a = fixmath::acosx(wrap_add(q16_mul(c_p, m), n), 16);
     return q16_rad_to_deg(a);
 }
 

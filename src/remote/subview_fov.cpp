@@ -1,6 +1,6 @@
 // Size and fields of view of the sub-view around a pixel of a wide picture.
 #include "core/q16.h"
-#include "platform/fixmath.h"
+#include "fixmath/fixmath.h"
 #include "remote/subview.h"
 
 namespace viewgeo {
@@ -29,8 +29,8 @@ int get_subview_fov(const viewgeo_context *ctx, std::int32_t *hfov, std::int32_t
     const q16 dy = wrap_sub(h20, y10);
     // Distance from the pixel's column foot to the centre, over the height,
     // and from its row end to the centre, over the width.
-    const q16 r1 = fx_sqrtx(wrap_add(q16_mul(dx, dx), q16_mul(h20, h20)), 16);
-    const q16 r2 = fx_sqrtx(wrap_add(q16_mul(dy, dy), q16_mul(w20, w20)), 16);
+    const q16 r1 = fixmath::sqrtx(wrap_add(q16_mul(dx, dx), q16_mul(h20, h20)), 16);
+    const q16 r2 = fixmath::sqrtx(wrap_add(q16_mul(dy, dy), q16_mul(w20, w20)), 16);
     const q16 q1 = q16_div(r1, h10);
     const q16 q2 = q16_div(r2, w10);
     // The horizontal factor follows the row and the vertical one the column:

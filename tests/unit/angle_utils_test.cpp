@@ -7,7 +7,7 @@
 
 #include "core/angle_utils.h"
 #include "core/q16.h"
-#include "platform/fixmath.h"
+#include "fixmath/viewgeo_fx.h"
 #include "viewgeo.h"
 
 namespace {
@@ -254,10 +254,10 @@ std::int32_t great_circle_x_reference(std::int32_t pan_a, std::int32_t tilt_a, s
     const std::int32_t ta = q16_mul(tilt_a, 1144);
     const std::int32_t tb = q16_mul(tilt_b, 1144);
     const std::int32_t pr = q16_mul(dp, 1144);
-    const std::int32_t m = q16_mul(fx_cosx(ta, 16), fx_cosx(tb, 16));
-    const std::int32_t n = q16_mul(fx_sinx(ta, 16), fx_sinx(tb, 16));
-    const std::int32_t sum = viewgeo::wrap_add(q16_mul(fx_cosx(pr, 16), m), n);
-    return q16_mul(fx_acosx(sum, 16), 3754936);
+    const std::int32_t m = q16_mul(viewgeo_fx_cosx(ta, 16), viewgeo_fx_cosx(tb, 16));
+    const std::int32_t n = q16_mul(viewgeo_fx_sinx(ta, 16), viewgeo_fx_sinx(tb, 16));
+    const std::int32_t sum = viewgeo::wrap_add(q16_mul(viewgeo_fx_cosx(pr, 16), m), n);
+    return q16_mul(viewgeo_fx_acosx(sum, 16), 3754936);
 }
 
 TEST(GreatCircleX, QuarterTurnAlongTheHorizonIsNinetyWithinTheRadianFactor) {

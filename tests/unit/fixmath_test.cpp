@@ -16,7 +16,7 @@
 #include <random>
 #include <string>
 
-#include "platform/fixmath.h"
+#include "fixmath/viewgeo_fx.h"
 
 namespace {
 
@@ -75,12 +75,12 @@ TEST(FixedPointSine, WithinOneUnitOfRoundedSineForEveryInputWithinEightPi) {
     ErrorTracker err;
     const std::int64_t stride = sweep_stride();
     for (std::int64_t x = -kEightPiQ16; x <= kEightPiQ16; x += stride) {
-        const std::int32_t ours = fx_sinx(static_cast<std::int32_t>(x), kFrac);
+        const std::int32_t ours = viewgeo_fx_sinx(static_cast<std::int32_t>(x), kFrac);
         err.add(x, ours, rounded_q16(std::sin(from_q16(x))));
         ASSERT_LE(ours, kOne) << "x = " << x;
         ASSERT_GE(ours, -kOne) << "x = " << x;
     }
-    err.report("fx_sinx within 8 pi");
+    err.report("viewgeo_fx_sinx within 8 pi");
     EXPECT_LE(err.max(), 1) << "worst at x = " << err.worst();
 }
 
@@ -91,40 +91,40 @@ TEST(FixedPointSine, PeriodicForAnyInt32Argument) {
     const std::int64_t draws = std::max<std::int64_t>(1000, 2000000 / sweep_stride());
     for (std::int64_t i = 0; i < draws; ++i) {
         const std::int32_t x = static_cast<std::int32_t>(gen());
-        err.add(x, fx_sinx(x, kFrac), rounded_q16(std::sin(from_q16(x))));
+        err.add(x, viewgeo_fx_sinx(x, kFrac), rounded_q16(std::sin(from_q16(x))));
     }
-    err.report("fx_sinx, random int32");
+    err.report("viewgeo_fx_sinx, random int32");
     EXPECT_LE(err.max(), 1) << "worst at x = " << err.worst();
 }
 
 TEST(FixedPointSine, WorkedValues) {
-    EXPECT_EQ(fx_sinx(0, kFrac), 0);
-    EXPECT_EQ(fx_sinx(1, kFrac), 1);    // sin(2^-16) * 65536 = 0.99999999996
-    EXPECT_EQ(fx_sinx(-1, kFrac), -1);
-    EXPECT_EQ(fx_sinx(kHalfPiQ16, kFrac), kOne);  // 65535.9999993
+    EXPECT_EQ(viewgeo_fx_sinx(0, kFrac), 0);
+    EXPECT_EQ(viewgeo_fx_sinx(1, kFrac), 1);    // sin(2^-16) * 65536 = 0.99999999996
+    EXPECT_EQ(viewgeo_fx_sinx(-1, kFrac), -1);
+    EXPECT_EQ(viewgeo_fx_sinx(kHalfPiQ16, kFrac), kOne);  // 65535.9999993
     // 205887 is just below pi: sin = 0.416 units, so 0.
-    EXPECT_EQ(fx_sinx(kPiQ16, kFrac), 0);
-    EXPECT_EQ(fx_sinx(-kHalfPiQ16, kFrac), -kOne);
-    EXPECT_EQ(fx_sinx(kOne, kFrac), 55147);   // sin 1 = 0.841470985: 55146.64
-    EXPECT_EQ(fx_sinx(34315, kFrac), 32768);  // nearest word to pi/6: 32768.37
+    EXPECT_EQ(viewgeo_fx_sinx(kPiQ16, kFrac), 0);
+    EXPECT_EQ(viewgeo_fx_sinx(-kHalfPiQ16, kFrac), -kOne);
+    EXPECT_EQ(viewgeo_fx_sinx(kOne, kFrac), 55147);   // sin 1 = 0.841470985: 55146.64
+    EXPECT_EQ(viewgeo_fx_sinx(34315, kFrac), 32768);  // nearest word to pi/6: 32768.37
     // The extremes of int32: -32768 and 32767.99998 rad.
-    EXPECT_EQ(fx_sinx(INT32_MAX, kFrac), 60808);  // 60807.62
-    EXPECT_EQ(fx_sinx(INT32_MIN, kFrac), -60808);  // -60807.99
+    EXPECT_EQ(viewgeo_fx_sinx(INT32_MAX, kFrac), 60808);  // 60807.62
+    EXPECT_EQ(viewgeo_fx_sinx(INT32_MIN, kFrac), -60808);  // -60807.99
 }
 
 TEST(FixedPointSine, IsOddForEveryInputWithinEightPi) {
     const std::int64_t stride = sweep_stride();
     for (std::int64_t x = 0; x <= kEightPiQ16; x += stride) {
         const std::int32_t v = static_cast<std::int32_t>(x);
-        ASSERT_EQ(fx_sinx(-v, kFrac), -fx_sinx(v, kFrac)) << "x = " << x;
+        ASSERT_EQ(viewgeo_fx_sinx(-v, kFrac), -viewgeo_fx_sinx(v, kFrac)) << "x = " << x;
     }
 }
 
 TEST(FixedPointSine, NonDecreasingFromMinusHalfPiToHalfPi) {
     const std::int64_t stride = sweep_stride();
-    std::int32_t previous = fx_sinx(-kHalfPiQ16, kFrac);
+    std::int32_t previous = viewgeo_fx_sinx(-kHalfPiQ16, kFrac);
     for (std::int64_t x = -kHalfPiQ16 + stride; x <= kHalfPiQ16; x += stride) {
-        const std::int32_t current = fx_sinx(static_cast<std::int32_t>(x), kFrac);
+        const std::int32_t current = viewgeo_fx_sinx(static_cast<std::int32_t>(x), kFrac);
         ASSERT_GE(current, previous) << "x = " << x;
         previous = current;
     }
@@ -136,12 +136,12 @@ TEST(FixedPointCosine, WithinOneUnitOfRoundedCosineForEveryInputWithinEightPi) {
     ErrorTracker err;
     const std::int64_t stride = sweep_stride();
     for (std::int64_t x = -kEightPiQ16; x <= kEightPiQ16; x += stride) {
-        const std::int32_t ours = fx_cosx(static_cast<std::int32_t>(x), kFrac);
+        const std::int32_t ours = viewgeo_fx_cosx(static_cast<std::int32_t>(x), kFrac);
         err.add(x, ours, rounded_q16(std::cos(from_q16(x))));
         ASSERT_LE(ours, kOne) << "x = " << x;
         ASSERT_GE(ours, -kOne) << "x = " << x;
     }
-    err.report("fx_cosx within 8 pi");
+    err.report("viewgeo_fx_cosx within 8 pi");
     EXPECT_LE(err.max(), 1) << "worst at x = " << err.worst();
 }
 
@@ -151,30 +151,30 @@ TEST(FixedPointCosine, PeriodicForAnyInt32Argument) {
     const std::int64_t draws = std::max<std::int64_t>(1000, 2000000 / sweep_stride());
     for (std::int64_t i = 0; i < draws; ++i) {
         const std::int32_t x = static_cast<std::int32_t>(gen());
-        err.add(x, fx_cosx(x, kFrac), rounded_q16(std::cos(from_q16(x))));
+        err.add(x, viewgeo_fx_cosx(x, kFrac), rounded_q16(std::cos(from_q16(x))));
     }
-    err.report("fx_cosx, random int32");
+    err.report("viewgeo_fx_cosx, random int32");
     EXPECT_LE(err.max(), 1) << "worst at x = " << err.worst();
 }
 
 TEST(FixedPointCosine, WorkedValues) {
-    EXPECT_EQ(fx_cosx(0, kFrac), kOne);
-    EXPECT_EQ(fx_cosx(1, kFrac), kOne);           // 65535.99999
-    EXPECT_EQ(fx_cosx(kHalfPiQ16, kFrac), 0);     // -0.29 units
-    EXPECT_EQ(fx_cosx(kPiQ16, kFrac), -kOne);     // -65535.999999
-    EXPECT_EQ(fx_cosx(-kPiQ16, kFrac), -kOne);
-    EXPECT_EQ(fx_cosx(411775, kFrac), kOne);      // nearest word to 2 pi
-    EXPECT_EQ(fx_cosx(kOne, kFrac), 35409);       // cos 1 = 0.540302306: 35409.25
-    EXPECT_EQ(fx_cosx(68629, kFrac), 32768);      // nearest word to pi/3: 32768.12
-    EXPECT_EQ(fx_cosx(INT32_MAX, kFrac), 24442);  // 24441.78
-    EXPECT_EQ(fx_cosx(INT32_MIN, kFrac), 24441);  // 24440.85
+    EXPECT_EQ(viewgeo_fx_cosx(0, kFrac), kOne);
+    EXPECT_EQ(viewgeo_fx_cosx(1, kFrac), kOne);           // 65535.99999
+    EXPECT_EQ(viewgeo_fx_cosx(kHalfPiQ16, kFrac), 0);     // -0.29 units
+    EXPECT_EQ(viewgeo_fx_cosx(kPiQ16, kFrac), -kOne);     // -65535.999999
+    EXPECT_EQ(viewgeo_fx_cosx(-kPiQ16, kFrac), -kOne);
+    EXPECT_EQ(viewgeo_fx_cosx(411775, kFrac), kOne);      // nearest word to 2 pi
+    EXPECT_EQ(viewgeo_fx_cosx(kOne, kFrac), 35409);       // cos 1 = 0.540302306: 35409.25
+    EXPECT_EQ(viewgeo_fx_cosx(68629, kFrac), 32768);      // nearest word to pi/3: 32768.12
+    EXPECT_EQ(viewgeo_fx_cosx(INT32_MAX, kFrac), 24442);  // 24441.78
+    EXPECT_EQ(viewgeo_fx_cosx(INT32_MIN, kFrac), 24441);  // 24440.85
 }
 
 TEST(FixedPointCosine, IsEvenForEveryInputWithinEightPi) {
     const std::int64_t stride = sweep_stride();
     for (std::int64_t x = 0; x <= kEightPiQ16; x += stride) {
         const std::int32_t v = static_cast<std::int32_t>(x);
-        ASSERT_EQ(fx_cosx(-v, kFrac), fx_cosx(v, kFrac)) << "x = " << x;
+        ASSERT_EQ(viewgeo_fx_cosx(-v, kFrac), viewgeo_fx_cosx(v, kFrac)) << "x = " << x;
     }
 }
 
@@ -185,8 +185,8 @@ TEST(FixedPointSineCosine, SquaresSumToOneWithinTheRounding) {
     // 3 * 65536 * sqrt 2 + 4.5 = 278046 in units of 2^-32.
     const std::int64_t stride = sweep_stride();
     for (std::int64_t x = -kEightPiQ16; x <= kEightPiQ16; x += 97 * stride) {
-        const std::int64_t s = fx_sinx(static_cast<std::int32_t>(x), kFrac);
-        const std::int64_t c = fx_cosx(static_cast<std::int32_t>(x), kFrac);
+        const std::int64_t s = viewgeo_fx_sinx(static_cast<std::int32_t>(x), kFrac);
+        const std::int64_t c = viewgeo_fx_cosx(static_cast<std::int32_t>(x), kFrac);
         const std::int64_t deviation = s * s + c * c - (std::int64_t{1} << 32);
         ASSERT_LE(std::llabs(deviation), 278046) << "x = " << x;
     }
@@ -199,9 +199,9 @@ TEST(FixedPointSqrt, WithinOneUnitOfRoundedRootFromMinusSixteenToTwo) {
     const std::int64_t stride = sweep_stride();
     for (std::int64_t x = -16 * kOne; x <= 2 * kOne; x += stride) {
         const long double exact = x < 0 ? 0.0L : std::sqrt(from_q16(x));
-        err.add(x, fx_sqrtx(static_cast<std::int32_t>(x), kFrac), rounded_q16(exact));
+        err.add(x, viewgeo_fx_sqrtx(static_cast<std::int32_t>(x), kFrac), rounded_q16(exact));
     }
-    err.report("fx_sqrtx on [-16, 2]");
+    err.report("viewgeo_fx_sqrtx on [-16, 2]");
     EXPECT_LE(err.max(), 1) << "worst at x = " << err.worst();
 }
 
@@ -211,30 +211,30 @@ TEST(FixedPointSqrt, WithinOneUnitOfRoundedRootOverAllPositiveInt32) {
     ErrorTracker err;
     const std::int64_t stride = 4099 * sweep_stride();
     for (std::int64_t x = 0; x <= INT32_MAX; x += stride) {
-        err.add(x, fx_sqrtx(static_cast<std::int32_t>(x), kFrac),
+        err.add(x, viewgeo_fx_sqrtx(static_cast<std::int32_t>(x), kFrac),
                 rounded_q16(std::sqrt(from_q16(x))));
     }
-    err.add(INT32_MAX, fx_sqrtx(INT32_MAX, kFrac), rounded_q16(std::sqrt(from_q16(INT32_MAX))));
-    err.report("fx_sqrtx over int32, strided");
+    err.add(INT32_MAX, viewgeo_fx_sqrtx(INT32_MAX, kFrac), rounded_q16(std::sqrt(from_q16(INT32_MAX))));
+    err.report("viewgeo_fx_sqrtx over int32, strided");
     EXPECT_LE(err.max(), 1) << "worst at x = " << err.worst();
 }
 
 TEST(FixedPointSqrt, WorkedValues) {
-    EXPECT_EQ(fx_sqrtx(0, kFrac), 0);
-    EXPECT_EQ(fx_sqrtx(kOne, kFrac), kOne);
-    EXPECT_EQ(fx_sqrtx(0x4000, kFrac), 0x8000);   // sqrt 0.25 = 0.5
-    EXPECT_EQ(fx_sqrtx(0x40000, kFrac), 0x20000);  // sqrt 4 = 2
-    EXPECT_EQ(fx_sqrtx(0x20000, kFrac), 92682);   // sqrt 2 * 65536 = 92681.90
-    EXPECT_EQ(fx_sqrtx(1, kFrac), 256);           // sqrt(2^-16) = 2^-8
-    EXPECT_EQ(fx_sqrtx(2, kFrac), 362);           // 256 sqrt 2 = 362.04
-    EXPECT_EQ(fx_sqrtx(INT32_MAX, kFrac), 11863283);  // sqrt(2^47 - 2^16) = 11863283.2
+    EXPECT_EQ(viewgeo_fx_sqrtx(0, kFrac), 0);
+    EXPECT_EQ(viewgeo_fx_sqrtx(kOne, kFrac), kOne);
+    EXPECT_EQ(viewgeo_fx_sqrtx(0x4000, kFrac), 0x8000);   // sqrt 0.25 = 0.5
+    EXPECT_EQ(viewgeo_fx_sqrtx(0x40000, kFrac), 0x20000);  // sqrt 4 = 2
+    EXPECT_EQ(viewgeo_fx_sqrtx(0x20000, kFrac), 92682);   // sqrt 2 * 65536 = 92681.90
+    EXPECT_EQ(viewgeo_fx_sqrtx(1, kFrac), 256);           // sqrt(2^-16) = 2^-8
+    EXPECT_EQ(viewgeo_fx_sqrtx(2, kFrac), 362);           // 256 sqrt 2 = 362.04
+    EXPECT_EQ(viewgeo_fx_sqrtx(INT32_MAX, kFrac), 11863283);  // sqrt(2^47 - 2^16) = 11863283.2
 }
 
 TEST(FixedPointSqrt, NegativeArgumentGivesZero) {
-    EXPECT_EQ(fx_sqrtx(-1, kFrac), 0);
-    EXPECT_EQ(fx_sqrtx(-3, kFrac), 0);  // rounding noise below 0
-    EXPECT_EQ(fx_sqrtx(-kOne, kFrac), 0);
-    EXPECT_EQ(fx_sqrtx(INT32_MIN, kFrac), 0);
+    EXPECT_EQ(viewgeo_fx_sqrtx(-1, kFrac), 0);
+    EXPECT_EQ(viewgeo_fx_sqrtx(-3, kFrac), 0);  // rounding noise below 0
+    EXPECT_EQ(viewgeo_fx_sqrtx(-kOne, kFrac), 0);
+    EXPECT_EQ(viewgeo_fx_sqrtx(INT32_MIN, kFrac), 0);
 }
 
 TEST(FixedPointSqrt, SquareOfRootReturnsTheWordForEveryWordUpToOne) {
@@ -243,7 +243,7 @@ TEST(FixedPointSqrt, SquareOfRootReturnsTheWordForEveryWordUpToOne) {
     // one unit after squaring (2 * sqrt(x) * 0.5 <= 1).
     const std::int64_t stride = sweep_stride();
     for (std::int64_t x = 0; x <= kOne; x += stride) {
-        const std::int64_t r = fx_sqrtx(static_cast<std::int32_t>(x), kFrac);
+        const std::int64_t r = viewgeo_fx_sqrtx(static_cast<std::int32_t>(x), kFrac);
         const std::int64_t back = (r * r + 0x8000) >> 16;
         ASSERT_LE(std::llabs(back - x), 1) << "x = " << x;
     }
@@ -251,9 +251,9 @@ TEST(FixedPointSqrt, SquareOfRootReturnsTheWordForEveryWordUpToOne) {
 
 TEST(FixedPointSqrt, NonDecreasingFromZeroToTwo) {
     const std::int64_t stride = sweep_stride();
-    std::int32_t previous = fx_sqrtx(0, kFrac);
+    std::int32_t previous = viewgeo_fx_sqrtx(0, kFrac);
     for (std::int64_t x = stride; x <= 2 * kOne; x += stride) {
-        const std::int32_t current = fx_sqrtx(static_cast<std::int32_t>(x), kFrac);
+        const std::int32_t current = viewgeo_fx_sqrtx(static_cast<std::int32_t>(x), kFrac);
         ASSERT_GE(current, previous) << "x = " << x;
         previous = current;
     }
@@ -261,14 +261,14 @@ TEST(FixedPointSqrt, NonDecreasingFromZeroToTwo) {
 
 TEST(FixedPointSqrt, OtherFractionBitsKeepTheSameFormatInAndOut) {
     // round(sqrt(x * 2^frac)): sqrt 0.25 = 0.5 in Q30, sqrt 4 = 2 in Q0.
-    EXPECT_EQ(fx_sqrtx(1 << 28, 30), 1 << 29);
-    EXPECT_EQ(fx_sqrtx(4, 0), 2);
-    EXPECT_EQ(fx_sqrtx(2, 0), 1);  // 1.414
-    EXPECT_EQ(fx_sqrtx(3, 0), 2);  // 1.732
-    EXPECT_EQ(fx_sqrtx(1 << 30, 30), 1 << 30);
+    EXPECT_EQ(viewgeo_fx_sqrtx(1 << 28, 30), 1 << 29);
+    EXPECT_EQ(viewgeo_fx_sqrtx(4, 0), 2);
+    EXPECT_EQ(viewgeo_fx_sqrtx(2, 0), 1);  // 1.414
+    EXPECT_EQ(viewgeo_fx_sqrtx(3, 0), 2);  // 1.732
+    EXPECT_EQ(viewgeo_fx_sqrtx(1 << 30, 30), 1 << 30);
     // Unsupported counts of fraction bits give 0.
-    EXPECT_EQ(fx_sqrtx(kOne, 31), 0);
-    EXPECT_EQ(fx_sqrtx(kOne, -1), 0);
+    EXPECT_EQ(viewgeo_fx_sqrtx(kOne, 31), 0);
+    EXPECT_EQ(viewgeo_fx_sqrtx(kOne, -1), 0);
 }
 
 // ---------------------------------------------------------- arc cosine
@@ -280,38 +280,38 @@ TEST(FixedPointAcos, WithinOneUnitOfRoundedArcCosineFromMinusToPlusOnePointZeroO
     const std::int64_t stride = sweep_stride();
     for (std::int64_t x = -66191; x <= 66191; x += stride) {
         const std::int64_t clamped = std::clamp<std::int64_t>(x, -kOne, kOne);
-        const std::int32_t ours = fx_acosx(static_cast<std::int32_t>(x), kFrac);
+        const std::int32_t ours = viewgeo_fx_acosx(static_cast<std::int32_t>(x), kFrac);
         err.add(x, ours, rounded_q16(std::acos(from_q16(clamped))));
         ASSERT_GE(ours, 0) << "x = " << x;
         ASSERT_LE(ours, kPiQ16) << "x = " << x;
     }
-    err.report("fx_acosx on [-1.01, 1.01]");
+    err.report("viewgeo_fx_acosx on [-1.01, 1.01]");
     EXPECT_LE(err.max(), 1) << "worst at x = " << err.worst();
 }
 
 TEST(FixedPointAcos, WorkedValues) {
-    EXPECT_EQ(fx_acosx(kOne, kFrac), 0);
-    EXPECT_EQ(fx_acosx(-kOne, kFrac), kPiQ16);     // pi * 65536 = 205887.42
-    EXPECT_EQ(fx_acosx(0, kFrac), kHalfPiQ16);     // 102943.71
-    EXPECT_EQ(fx_acosx(0x8000, kFrac), 68629);     // pi/3 * 65536 = 68629.14
-    EXPECT_EQ(fx_acosx(-0x8000, kFrac), 137258);   // 2 pi/3 * 65536 = 137258.28
-    EXPECT_EQ(fx_acosx(46341, kFrac), 51472);      // ~ sqrt(1/2): 51471.78
+    EXPECT_EQ(viewgeo_fx_acosx(kOne, kFrac), 0);
+    EXPECT_EQ(viewgeo_fx_acosx(-kOne, kFrac), kPiQ16);     // pi * 65536 = 205887.42
+    EXPECT_EQ(viewgeo_fx_acosx(0, kFrac), kHalfPiQ16);     // 102943.71
+    EXPECT_EQ(viewgeo_fx_acosx(0x8000, kFrac), 68629);     // pi/3 * 65536 = 68629.14
+    EXPECT_EQ(viewgeo_fx_acosx(-0x8000, kFrac), 137258);   // 2 pi/3 * 65536 = 137258.28
+    EXPECT_EQ(viewgeo_fx_acosx(46341, kFrac), 51472);      // ~ sqrt(1/2): 51471.78
 }
 
 TEST(FixedPointAcos, ClampsArgumentsBeyondOne) {
-    EXPECT_EQ(fx_acosx(kOne + 1, kFrac), 0);
-    EXPECT_EQ(fx_acosx(kOne + 3, kFrac), 0);
-    EXPECT_EQ(fx_acosx(INT32_MAX, kFrac), 0);
-    EXPECT_EQ(fx_acosx(-kOne - 1, kFrac), kPiQ16);
-    EXPECT_EQ(fx_acosx(-kOne - 3, kFrac), kPiQ16);
-    EXPECT_EQ(fx_acosx(INT32_MIN, kFrac), kPiQ16);
+    EXPECT_EQ(viewgeo_fx_acosx(kOne + 1, kFrac), 0);
+    EXPECT_EQ(viewgeo_fx_acosx(kOne + 3, kFrac), 0);
+    EXPECT_EQ(viewgeo_fx_acosx(INT32_MAX, kFrac), 0);
+    EXPECT_EQ(viewgeo_fx_acosx(-kOne - 1, kFrac), kPiQ16);
+    EXPECT_EQ(viewgeo_fx_acosx(-kOne - 3, kFrac), kPiQ16);
+    EXPECT_EQ(viewgeo_fx_acosx(INT32_MIN, kFrac), kPiQ16);
 }
 
 TEST(FixedPointAcos, NonIncreasingFromMinusOneToOne) {
     const std::int64_t stride = sweep_stride();
-    std::int32_t previous = fx_acosx(-kOne, kFrac);
+    std::int32_t previous = viewgeo_fx_acosx(-kOne, kFrac);
     for (std::int64_t x = -kOne + stride; x <= kOne; x += stride) {
-        const std::int32_t current = fx_acosx(static_cast<std::int32_t>(x), kFrac);
+        const std::int32_t current = viewgeo_fx_acosx(static_cast<std::int32_t>(x), kFrac);
         ASSERT_LE(current, previous) << "x = " << x;
         previous = current;
     }
@@ -323,7 +323,7 @@ TEST(FixedPointAcos, MirrorsToPiMinusTheAngleWithinOneUnit) {
     const std::int64_t stride = sweep_stride();
     for (std::int64_t x = 0; x <= kOne; x += stride) {
         const std::int32_t v = static_cast<std::int32_t>(x);
-        const std::int32_t sum = fx_acosx(v, kFrac) + fx_acosx(-v, kFrac);
+        const std::int32_t sum = viewgeo_fx_acosx(v, kFrac) + viewgeo_fx_acosx(-v, kFrac);
         ASSERT_LE(std::abs(sum - kPiQ16), 1) << "x = " << x;
     }
 }
@@ -335,8 +335,8 @@ TEST(FixedPointAcos, InvertsTheCosineWithinTheSlopeOfTheCurve) {
     // within 1 + 1.5 * 4 = 7 units.
     const std::int64_t stride = sweep_stride();
     for (std::int64_t t = 16560; t <= kPiQ16 - 16560; t += 3 * stride) {
-        const std::int32_t c = fx_cosx(static_cast<std::int32_t>(t), kFrac);
-        ASSERT_LE(std::llabs(fx_acosx(c, kFrac) - t), 7) << "t = " << t;
+        const std::int32_t c = viewgeo_fx_cosx(static_cast<std::int32_t>(t), kFrac);
+        ASSERT_LE(std::llabs(viewgeo_fx_acosx(c, kFrac) - t), 7) << "t = " << t;
     }
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/q16.h"
+#include "fixmath/viewgeo_fx.h"
 #include "viewgeo.h"
 
 namespace viewgeo {
@@ -52,7 +53,7 @@ TEST(Q16ToFloat, ScalesByTwoToTheMinus16) {
     EXPECT_EQ(q16_to_float(0x10000), 1.0f);
     EXPECT_EQ(q16_to_float(-0x8000), -0.5f);
     EXPECT_EQ(q16_to_float(INT32_MIN), -32768.0f);
-    EXPECT_EQ(std::bit_cast<std::uint32_t>(fx_xtof_tab[16]), 0x37800000u);
+    EXPECT_EQ(std::bit_cast<std::uint32_t>(viewgeo_fx_xtof_tab[16]), 0x37800000u);
 }
 
 TEST(Q16ToFloat, EqualsTheWordTimesTheTableEntryForEveryMagnitude) {
@@ -62,10 +63,10 @@ TEST(Q16ToFloat, EqualsTheWordTimesTheTableEntryForEveryMagnitude) {
         for (const std::uint32_t low : {0u, 1u, 0x5555u, 0xFFFFFFu}) {
             const q16 w = static_cast<q16>((0x80000001u >> (31 - shift)) | (low & ((1u << shift) - 1u)));
             EXPECT_EQ(std::bit_cast<std::uint32_t>(q16_to_float(w)),
-                      std::bit_cast<std::uint32_t>(static_cast<float>(w) * fx_xtof_tab[16]))
+                      std::bit_cast<std::uint32_t>(static_cast<float>(w) * viewgeo_fx_xtof_tab[16]))
                 << w;
             EXPECT_EQ(std::bit_cast<std::uint32_t>(q16_to_float(wrap_neg(w))),
-                      std::bit_cast<std::uint32_t>(static_cast<float>(wrap_neg(w)) * fx_xtof_tab[16]))
+                      std::bit_cast<std::uint32_t>(static_cast<float>(wrap_neg(w)) * viewgeo_fx_xtof_tab[16]))
                 << w;
         }
     }

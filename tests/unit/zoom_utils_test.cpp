@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "core/q16.h"
-#include "platform/fixmath.h"
+#include "fixmath/viewgeo_fx.h"
 #include "viewgeo.h"
 
 namespace {
@@ -141,8 +141,8 @@ std::int32_t magnification_reference(std::int32_t fov_a, std::int32_t fov_b) {
     using viewgeo::q16_mul;
     const std::int32_t a = q16_mul(fov_a, 572);
     const std::int32_t b = q16_mul(fov_b, 572);
-    const std::int32_t num = q16_mul(fx_cosx(b, 16), fx_sinx(a, 16));
-    const std::int32_t den = q16_mul(fx_sinx(b, 16), fx_cosx(a, 16));
+    const std::int32_t num = q16_mul(viewgeo_fx_cosx(b, 16), viewgeo_fx_sinx(a, 16));
+    const std::int32_t den = q16_mul(viewgeo_fx_sinx(b, 16), viewgeo_fx_cosx(a, 16));
     const std::int64_t half = (num < 0 ? -static_cast<std::int64_t>(num) : num) / 2;
     const std::int64_t scaled = static_cast<std::int64_t>(den) * 65536 + (den >= 0 ? half : -half);
     return static_cast<std::int32_t>(scaled / num);
@@ -209,8 +209,8 @@ TEST(ZoomMagnification, ExtremeWordsStayDefined) {
     for (std::int32_t a : words) {
         for (std::int32_t b : words) {
             const std::int32_t got = viewgeo_get_zoom_magnification(a, b);
-            const std::int32_t num = viewgeo::q16_mul(fx_cosx(viewgeo::q16_mul(b, 572), 16),
-                                                      fx_sinx(viewgeo::q16_mul(a, 572), 16));
+            const std::int32_t num = viewgeo::q16_mul(viewgeo_fx_cosx(viewgeo::q16_mul(b, 572), 16),
+                                                      viewgeo_fx_sinx(viewgeo::q16_mul(a, 572), 16));
             if (num != 0) {
                 EXPECT_EQ(got, magnification_reference(a, b)) << a << " " << b;
             } else {
@@ -230,7 +230,7 @@ struct FovPairX {
 // 2 atan(t) in Q16.16 degrees as written out: float of the word by the
 // table factor, atanf, float to Q16.16, times 3754936, times 2.0.
 std::int32_t double_atan_reference(std::int32_t t) {
-    const float tf = opaque(static_cast<float>(t) * fx_xtof_tab[16]);
+    const float tf = opaque(static_cast<float>(t) * viewgeo_fx_xtof_tab[16]);
     const std::int32_t rad = viewgeo::q16_from_float(atanf(tf));
     return viewgeo::q16_mul(viewgeo::q16_mul(rad, 3754936), 0x20000);
 }
@@ -246,8 +246,8 @@ std::int32_t rounded_div_reference(std::int32_t a, std::int32_t b) {
 FovPairX zoom_fov_x_reference(std::int32_t zoom_a, std::int32_t fov, std::int32_t zoom_b) {
     const std::int32_t h = rounded_div_reference(fov, 0x20000);
     const std::int32_t a = viewgeo::q16_mul(h, 1144);
-    const std::int32_t c = fx_cosx(a, 16);
-    const std::int32_t t = c == 0 ? 0 : rounded_div_reference(fx_sinx(a, 16), c);
+    const std::int32_t c = viewgeo_fx_cosx(a, 16);
+    const std::int32_t t = c == 0 ? 0 : rounded_div_reference(viewgeo_fx_sinx(a, 16), c);
     const std::int32_t u = rounded_div_reference(t, zoom_a);
     const std::int32_t w = rounded_div_reference(u, zoom_b);
     return {double_atan_reference(u), double_atan_reference(w)};
@@ -348,7 +348,7 @@ TEST(ZoomFovX, FieldOfViewWhoseCosineRoundsToZeroGivesZero) {
     // cosine can be exactly 0; the tangent is then taken as 0.
     std::int32_t fov = 0;
     for (std::int32_t f = 170 << 16; f <= 0xB40000 + 0x10000; f += 2) {
-        if (fx_cosx(viewgeo::q16_mul(viewgeo::q16_div(f, 0x20000), 1144), 16) == 0) {
+        if (viewgeo_fx_cosx(viewgeo::q16_mul(viewgeo::q16_div(f, 0x20000), 1144), 16) == 0) {
             fov = f;
             break;
         }

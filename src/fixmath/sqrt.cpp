@@ -13,7 +13,7 @@
 #include <bit>
 #include <cstdint>
 
-#include "platform/fixmath.h"
+#include "fixmath/fixmath.h"
 
 namespace viewgeo {
 namespace {
@@ -93,15 +93,16 @@ std::uint64_t sqrt_rounded(std::uint64_t n) {
 }
 
 }  // namespace
-}  // namespace viewgeo
 
-// frac is the number of fraction bits of x and of the result; the library
-// passes 16, the arc cosine 30 for its intermediate. frac outside [0, 30]
-// is not supported and gives 0, as does a negative or zero argument.
-extern "C" std::int32_t fx_sqrtx(std::int32_t x, int frac) {
+// frac is the number of fraction bits of x and of the result; the
+// projections pass 16, the arc cosine 30 for its intermediate. frac outside
+// [0, 30] is not supported and gives 0, as does a negative or zero argument.
+std::int32_t fixmath::sqrtx(std::int32_t x, int frac) {
     if (x <= 0 || frac < 0 || frac > 30) {
         return 0;
     }
     const std::uint64_t n = static_cast<std::uint64_t>(x) << frac;  // below 2^61
-    return static_cast<std::int32_t>(viewgeo::sqrt_rounded(n));
+    return static_cast<std::int32_t>(sqrt_rounded(n));
 }
+
+}  // namespace viewgeo

@@ -12,7 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "platform/fixmath.h"
+#include "fixmath/fixmath.h"
 
 namespace viewgeo {
 namespace {
@@ -43,14 +43,11 @@ std::int64_t asin_q30(std::int64_t z) {
 }
 
 }  // namespace
-}  // namespace viewgeo
 
-// frac is the number of fraction bits; the library always passes 16 and
-// only Q16.16 is implemented: the argument is read as Q16.16 whatever frac.
+// Only Q16.16 is implemented: the argument is read as Q16.16 whatever frac.
 // Arguments beyond [-1, 1] (rounding noise) are clamped, so the result is
 // always in [0, pi] (0 to 205887).
-extern "C" std::int32_t fx_acosx(std::int32_t x, int /*frac*/) {
-    using namespace viewgeo;
+std::int32_t fixmath::acosx(std::int32_t x, int /*frac*/) {
     const std::int32_t c = x < -kOne ? -kOne : (x > kOne ? kOne : x);
     const std::int32_t a = c < 0 ? -c : c;
     std::int64_t angle;  // Q30
@@ -60,9 +57,11 @@ extern "C" std::int32_t fx_acosx(std::int32_t x, int /*frac*/) {
     } else {
         // (1 - |x|) / 2 in Q30, then its square root in Q30.
         const std::int32_t w = (kOne - a) << 13;
-        const std::int64_t z = fx_sqrtx(w, 30);
+        const std::int64_t z = sqrtx(w, 30);
         const std::int64_t s = 2 * asin_q30(z);
         angle = c < 0 ? kPiQ30 - s : s;
     }
     return static_cast<std::int32_t>((angle + (std::int64_t{1} << 13)) >> 14);
 }
+
+}  // namespace viewgeo

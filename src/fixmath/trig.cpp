@@ -11,7 +11,7 @@
 #include <array>
 #include <cstdint>
 
-#include "platform/fixmath.h"
+#include "fixmath/fixmath.h"
 
 namespace viewgeo {
 namespace {
@@ -121,15 +121,15 @@ std::uint64_t phase_of_magnitude(std::int32_t x) {
 }
 
 }  // namespace
-}  // namespace viewgeo
 
-// frac is the number of fraction bits; the library always passes 16 and
-// only Q16.16 is implemented: the argument is read as Q16.16 whatever frac.
-extern "C" std::int32_t fx_sinx(std::int32_t x, int /*frac*/) {
-    const std::int32_t s = viewgeo::sin_of_phase(viewgeo::phase_of_magnitude(x));
+// Only Q16.16 is implemented: the argument is read as Q16.16 whatever frac.
+std::int32_t fixmath::sinx(std::int32_t x, int /*frac*/) {
+    const std::int32_t s = sin_of_phase(phase_of_magnitude(x));
     return x < 0 ? -s : s;
 }
 
-extern "C" std::int32_t fx_cosx(std::int32_t x, int /*frac*/) {
-    return viewgeo::sin_of_phase(viewgeo::phase_of_magnitude(x) + viewgeo::kQuarterTurn);
+std::int32_t fixmath::cosx(std::int32_t x, int /*frac*/) {
+    return sin_of_phase(phase_of_magnitude(x) + kQuarterTurn);
 }
+
+}  // namespace viewgeo
