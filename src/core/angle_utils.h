@@ -2,6 +2,7 @@
 // a pan into one turn. Pure functions; no context.
 #pragma once
 
+#include "core/angles.h"
 #include "core/q16.h"
 
 namespace viewgeo {
@@ -13,14 +14,5 @@ q16 pan_delta_x(q16 pan_a, q16 pan_b);
 // Angle in degrees between two pan/tilt directions (spherical law of cosines).
 float great_circle_f(float pan_a, float tilt_a, float pan_b, float tilt_b);
 q16 great_circle_x(q16 pan_a, q16 tilt_a, q16 pan_b, q16 tilt_b);
-
-// A pan in degrees brought towards [-180, 180] by at most one turn. Values
-// beyond +-540 stay outside on purpose: callers only ever pass a pan that
-// is at most one turn off.
-constexpr float wrap_pan(float pan) {
-    if (pan > 180.0f) return pan - 360.0f;
-    if (pan < -180.0f) return pan + 360.0f;
-    return pan;
-}
 
 }  // namespace viewgeo

@@ -6,8 +6,6 @@
 #include <bit>
 #include <cstdint>
 
-#include "platform/fixmath.h"
-
 namespace viewgeo {
 
 using q16 = std::int32_t;
@@ -25,23 +23,13 @@ inline constexpr q16 kQ16MinusDeg180 = -0xB40000;  // the word 0xFF4C0000
 // 0.1 rad, where the small-angle rules switch: 6553.6 rounded up.
 inline constexpr q16 kQ16SmallAngle = 6554;
 
-// pi/180 and 180/pi as Q16.16 factors (1143.82 and 3754936.2 rounded), and
-// pi/360 for the half angles of the zoom utilities.
+// pi/180 and 180/pi as Q16.16 factors (1143.82 and 3754936.2 rounded to the
+// nearest word: 0x00000478 and 0x00394BB8), and pi/360 (571.91) for the half
+// angles of the zoom utilities. The float and double factors are in
+// core/angles.h.
 inline constexpr q16 kQ16DegToRad = 1144;
 inline constexpr q16 kQ16HalfDegToRad = 572;
 inline constexpr q16 kQ16RadToDeg = 3754936;
-
-// pi/180 rounded to single precision (bits 0x3C8EFA35).
-inline constexpr float kDegToRadF = std::bit_cast<float>(0x3C8EFA35u);
-// 180/pi rounded to single precision (bits 0x42652EE1), as a float and held
-// as a double.
-inline constexpr float kRadToDegF = std::bit_cast<float>(0x42652EE1u);
-inline constexpr double kRadToDegD = static_cast<double>(kRadToDegF);
-// pi and pi/2 in double, where a step subtracts them in double precision.
-inline constexpr double kPiD = 3.141592653589793;
-inline constexpr double kHalfPiD = 1.5707963267948966;
-// 360/pi rounded to single precision and held as a double.
-inline constexpr double kTwoRadToDegD = 114.59156036376953;
 
 // Wrapping 32-bit sum and difference: Q16.16 sums are allowed to overflow.
 constexpr q16 wrap_add(q16 a, q16 b) {
@@ -86,7 +74,7 @@ constexpr q16 q16_from_float(float v) {
 }
 
 // Q16.16 to float: the word to single precision, times 2^-16 (the value of
-// fx_xtof_tab[16], written out so that no table load sits in the way).
+// viewgeo_fx_xtof_tab[16], written out so that no table load sits in the way).
 constexpr float q16_to_float(q16 q) {
     return static_cast<float>(q) * 0x1p-16f;
 }

@@ -4,17 +4,15 @@
 #include <cmath>
 #include <cstdint>
 
+#include "core/angles.h"
 #include "core/q16.h"
+#include "fixmath/fixmath.h"
 #include "viewgeo.h"
 
 namespace viewgeo {
 
 namespace {
 
-// 360/pi rounded to single precision; the float form multiplies by it in
-// single precision.
-constexpr float kTwoRadToDegF = static_cast<float>(kTwoRadToDegD);
-static_assert(static_cast<double>(kTwoRadToDegF) == kTwoRadToDegD);
 
 // 2 atan(t) in Q16.16 degrees for a Q16.16 tangent. The arc tangent is taken
 // in single precision; the conversion back and the scaling stay in Q16.16.
@@ -31,10 +29,10 @@ q16 zoom_magnification_x(q16 fov_a, q16 fov_b) {
     // Half angles in radians by the one-product factor pi/360.
     const q16 a = q16_mul(fov_a, kQ16HalfDegToRad);
     const q16 b = q16_mul(fov_b, kQ16HalfDegToRad);
-    const q16 s_a = fx_sinx(a, 16);
-    const q16 c_a = fx_cosx(a, 16);
-    const q16 s_b = fx_sinx(b, 16);
-    const q16 c_b = fx_cosx(b, 16);
+    const q16 s_a = fixmath::sinx(a, 16);
+    const q16 c_a = fixmath::cosx(a, 16);
+    const q16 s_b = fixmath::sinx(b, 16);
+    const q16 c_b = fixmath::cosx(b, 16);
     // tan b / tan a as (s_b c_a) / (c_b s_a): one division instead of three.
     const q16 num = q16_mul(c_b, s_a);
     const q16 den = q16_mul(s_b, c_a);
@@ -56,8 +54,8 @@ void zoom_fov_x(q16 zoom_a, q16 fov, q16 zoom_b, q16 &fov_a_out, q16 &fov_b_out)
     // Half the field of view in radians: halved first, then converted.
     const q16 h = q16_div(fov, kQ16Two);
     const q16 a = q16_deg_to_rad(h);
-    const q16 s = fx_sinx(a, 16);
-    const q16 c = fx_cosx(a, 16);
+    const q16 s = fixmath::sinx(a, 16);
+    const q16 c = fixmath::cosx(a, 16);
     // A field of view of half a turn has no tangent; 0 is what it has
     // always given.
     const q16 t = c == 0 ? 0 : q16_div(s, c);

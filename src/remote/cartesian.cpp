@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 
+#include "core/angles.h"
 #include "core/q16.h"
 #include "remote/cartesian.h"
 #include "viewgeo.h"

@@ -1,6 +1,7 @@
 // A pixel of a spherical (equirectangular) panorama to a remote pan/tilt.
 #include <cmath>
 
+#include "core/angles.h"
 #include "core/q16.h"
 #include "remote/cartesian.h"
 #include "viewgeo.h"
@@ -9,7 +10,7 @@ namespace viewgeo {
 
 void panorama_spherical_to_remote_ptz(const viewgeo_context *ctx, float *pan, float *tilt, std::int32_t x,
                                       std::int32_t y) {
-    // 1-2. Angles proportional to the offset from the centre; the stored
+    // Angles proportional to the offset from the centre; the stored
     // vertical field is used whether or not it was set.
     const float hh = q16_to_float(ctx->horiz_fov) * 0.5f;
     const float a = static_cast<float>(x) * (hh / (static_cast<float>(ctx->pic_width) * 0.5f)) - hh;
@@ -18,7 +19,7 @@ void panorama_spherical_to_remote_ptz(const viewgeo_context *ctx, float *pan, fl
     const float e = static_cast<float>(y) * (-hv / (static_cast<float>(ctx->pic_height) * 0.5f)) + hv;
     *tilt = e;
 
-    // 3. The panorama direction as a vector.
+    // The panorama direction as a vector.
     float vx = 0.0f;
     float vy = 0.0f;
     float vz = 0.0f;
@@ -27,7 +28,7 @@ void panorama_spherical_to_remote_ptz(const viewgeo_context *ctx, float *pan, fl
     const double dy = static_cast<double>(vy);
     const double dz = static_cast<double>(vz);
 
-    // 4-5. Turned about the y axis by the context's tilt.
+    // Turned about the y axis by the context's tilt.
     const double t = static_cast<double>(-q16_to_float(ctx->tilt) * kDegToRadF);
     const double s = std::sin(t);
     const double c = std::cos(t);
@@ -35,7 +36,7 @@ void panorama_spherical_to_remote_ptz(const viewgeo_context *ctx, float *pan, fl
     *tilt = static_cast<float>(std::asin(static_cast<double>(z1)) * kRadToDegD);
     const float x1 = static_cast<float>(dx * c + dz * s);
 
-    // 6. Then about the vertical axis by its pan.
+    // Then about the vertical axis by its pan.
     const double p = static_cast<double>(q16_to_float(ctx->pan) * kDegToRadF);
     const double sp = std::sin(p);
     const double cp = std::cos(p);
