@@ -12,9 +12,10 @@
 
 #include "core/lens_model.h"
 #include "core/picture_rotation.h"
+#include "core/angles.h"
 #include "core/q16.h"
 #include "core/vert_fov.h"
-#include "platform/fixmath.h"
+#include "fixmath/fixmath.h"
 #include "viewgeo.h"
 
 namespace viewgeo {
@@ -49,9 +50,9 @@ float lens_angle(std::int32_t projection_type, float r) {
     return static_cast<float>(std::atan(static_cast<double>(r)));
 }
 
-q16 sin_x(q16 rad) { return fx_sinx(rad, kFrac); }
-q16 cos_x(q16 rad) { return fx_cosx(rad, kFrac); }
-q16 sqrt_x(q16 v) { return fx_sqrtx(v, kFrac); }
+q16 sin_x(q16 rad) { return fixmath::sinx(rad, kFrac); }
+q16 cos_x(q16 rad) { return fixmath::cosx(rad, kFrac); }
+q16 sqrt_x(q16 v) { return fixmath::sqrtx(v, kFrac); }
 
 // Brings a relative angle into [-360, 360] by whole turns, as often as needed.
 // Neither loop can overflow: each step moves the value toward zero.

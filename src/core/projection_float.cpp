@@ -11,6 +11,7 @@
 
 #include "core/lens_model.h"
 #include "core/picture_rotation.h"
+#include "core/angles.h"
 #include "core/q16.h"
 #include "core/vert_fov.h"
 #include "viewgeo.h"
