@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "core/context.h"
+#include "core/angles.h"
 #include "core/q16.h"
 #include "core/vert_fov.h"
 #include "misalign/misalignment_loader.h"
@@ -53,6 +54,13 @@ viewgeo_context *allocate_context(std::int32_t projection_type) {
     return ctx;
 }
 
+void free_context(viewgeo_context *ctx) {
+    std::free(ctx->mo_table);
+    std::free(ctx->mo_opt_offset);
+    std::free(ctx->mo_mech_offset);
+    std::free(ctx);
+}
+
 }  // namespace viewgeo
 
 using namespace viewgeo;
@@ -66,12 +74,7 @@ VIEWGEO_API viewgeo_context *viewgeo_context_create(void) {
     return ctx;
 }
 
-VIEWGEO_API void viewgeo_context_delete(viewgeo_context *ctx) {
-    if (ctx->mo_table != nullptr) std::free(ctx->mo_table);
-    std::free(ctx->mo_opt_offset);
-    std::free(ctx->mo_mech_offset);
-    std::free(ctx);
-}
+VIEWGEO_API void viewgeo_context_delete(viewgeo_context *ctx) { free_context(ctx); }
 
 VIEWGEO_API void viewgeo_set_pantilt_f(viewgeo_context *ctx, float pan, float tilt) {
     ctx->pan = q16_from_float(pan);
@@ -101,15 +104,9 @@ VIEWGEO_API void viewgeo_set_horiz_fov_x(viewgeo_context *ctx, int32_t fov) { ct
 
 VIEWGEO_API void viewgeo_get_horiz_fov_x(const viewgeo_context *ctx, int32_t *fov) { *fov = ctx->horiz_fov; }
 
-VIEWGEO_API void viewgeo_set_vert_fov_f(viewgeo_context *ctx, float fov) {
-    ctx->vert_fov = q16_from_float(fov);
-    ctx->vert_fov_set = true;
-}
+VIEWGEO_API void viewgeo_set_vert_fov_f(viewgeo_context *ctx, float fov) { set_vert_fov(*ctx, q16_from_float(fov)); }
 
-VIEWGEO_API void viewgeo_set_vert_fov_x(viewgeo_context *ctx, int32_t fov) {
-    ctx->vert_fov = fov;
-    ctx->vert_fov_set = true;
-}
+VIEWGEO_API void viewgeo_set_vert_fov_x(viewgeo_context *ctx, int32_t fov) { set_vert_fov(*ctx, fov); }
 
 VIEWGEO_API void viewgeo_get_vert_fov_f(const viewgeo_context *ctx, float *fov) { *fov = vertical_fov_f(*ctx); }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "viewgeo.h"
 
@@ -16,5 +17,21 @@ std::int32_t default_projection_type();
 // A new record with the initial state of a created context and the given
 // lens model, without reading the misalignment data. Null when out of memory.
 viewgeo_context *allocate_context(std::int32_t projection_type);
+
+// Frees a context and the misalignment data it holds.
+void free_context(viewgeo_context *ctx);
+
+// Owner of one of the library's own short-lived contexts.
+struct ContextDeleter {
+    void operator()(viewgeo_context *ctx) const { free_context(ctx); }
+};
+using ContextPtr = std::unique_ptr<viewgeo_context, ContextDeleter>;
+
+// A vertical field of view (Q16.16 degrees) set explicitly, so that it is no
+// longer derived from the horizontal one.
+inline void set_vert_fov(viewgeo_context &ctx, std::int32_t fov) {
+    ctx.vert_fov = fov;
+    ctx.vert_fov_set = true;
+}
 
 }  // namespace viewgeo

@@ -6,16 +6,15 @@
 #include <cmath>
 #include <math.h>
 
+#include "core/angles.h"
 #include "core/q16.h"
+#include "misalign/misalignment_compensation.h"
 #include "misalign/misalignment_offset.h"
 #include "viewgeo.h"
 
 namespace viewgeo {
 namespace {
 
-// 2 pi in double; pi rounded to single precision.
-constexpr double kTwoPiD = 6.283185307179586;
-constexpr float kPiF = 3.14159274f;
 // Offsets smaller than this (degrees) leave the direction as it is.
 constexpr float kNegligible = 0.01f;
 // Tilt band (degrees) around the horizon and the zenith where the offset is
@@ -62,13 +61,6 @@ Direction rotate(float P, float T, float dp, float dt) {
     return {pan_rad * kRadToDegF, lat * kRadToDegF};
 }
 
-// One wrap into (-180, 180]; values further out are left one turn closer.
-float wrap_once(float angle) {
-    if (angle > 180.0f) return angle - 360.0f;
-    if (angle < -180.0f) return angle + 360.0f;
-    return angle;
-}
-
 Direction compensate(float P, float T, float dp, float dt) {
     Direction out;
     if (std::fabs(T) < kAdditiveBand) {
@@ -78,13 +70,13 @@ Direction compensate(float P, float T, float dp, float dt) {
     } else {
         out = rotate(P, T, dp, dt);
     }
-    out.pan = wrap_once(out.pan);
-    out.tilt = wrap_once(out.tilt);
+    out.pan = wrap_pan(out.pan);
+    out.tilt = wrap_pan(out.tilt);  // the same once-only wrap, applied to the tilt
     // Keep the answer on the same side of the zenith as the input: a pan that
     // turned by more than 90 degrees went over the pole. The pan is not
     // wrapped again afterwards.
     const float d = out.pan - P;
-    if (std::fabs(wrap_once(d)) > 90.0f) {
+    if (std::fabs(wrap_pan(d)) > 90.0f) {
         out.pan = d > 0.0f ? out.pan - 180.0f : out.pan + 180.0f;
         out.tilt = -180.0f - out.tilt;
     }
@@ -92,14 +84,10 @@ Direction compensate(float P, float T, float dp, float dt) {
 }
 
 }  // namespace
-}  // namespace viewgeo
 
-extern "C" VIEWGEO_API int32_t viewgeo_compensate_misalignment_offset(viewgeo_context *ctx, int32_t zoom, int add,
-                                                                      int32_t pan, int32_t tilt, int32_t *pan_out,
-                                                                      int32_t *tilt_out) {
-    using namespace viewgeo;
-    PanTiltOffset offset = misalignment_offset(*ctx, zoom, tilt);
-    if (add == 0) offset = {wrap_neg(offset.pan), wrap_neg(offset.tilt)};
+PanTiltX compensate_misalignment(viewgeo_context &ctx, q16 zoom, bool add, q16 pan, q16 tilt) {
+    PanTiltOffset offset = misalignment_offset(ctx, zoom, tilt);
+    if (!add) offset = {wrap_neg(offset.pan), wrap_neg(offset.tilt)};
     const float P = q16_to_float(pan);
     const float T = q16_to_float(tilt);
     const float dp = q16_to_float(offset.pan);
@@ -110,7 +98,16 @@ extern "C" VIEWGEO_API int32_t viewgeo_compensate_misalignment_offset(viewgeo_co
     if (!(-kNegligible < dp && dp < kNegligible && -kNegligible < dt && dt < kNegligible)) {
         out = compensate(P, T, dp, dt);
     }
-    *pan_out = q16_from_float(out.pan);
-    *tilt_out = q16_from_float(out.tilt);
-    return *tilt_out;
+    return {q16_from_float(out.pan), q16_from_float(out.tilt)};
+}
+
+}  // namespace viewgeo
+
+extern "C" VIEWGEO_API int32_t viewgeo_compensate_misalignment_offset(viewgeo_context *ctx, int32_t zoom, int add,
+                                                                      int32_t pan, int32_t tilt, int32_t *pan_out,
+                                                                      int32_t *tilt_out) {
+    const viewgeo::PanTiltX out = viewgeo::compensate_misalignment(*ctx, zoom, add != 0, pan, tilt);
+    *pan_out = out.pan;
+    *tilt_out = out.tilt;
+    return out.tilt;
 }

@@ -1,4 +1,6 @@
 // Aiming the remote camera at a pixel or a span of the main picture.
+#include "core/context.h"
+#include "core/projection_fixed.h"
 #include "core/q16.h"
 #include "remote/remote_pointing.h"
 #include "remote/subview.h"
@@ -9,24 +11,29 @@ namespace viewgeo {
 int to_remote_ptz(const viewgeo_context *ctx, SubviewLens &lens, std::int32_t *pan, std::int32_t *tilt,
                   std::int32_t x, std::int32_t y) {
     if (q16_to_float(ctx->horiz_fov) < 100.0f) {
-        viewgeo_to_ptz_x(ctx, pan, tilt, x, y);
+        const PanTiltX direction = direction_of_pixel_x(*ctx, x, y);
+        *pan = direction.pan;
+        *tilt = direction.tilt;
     } else {
         // A wide picture is projected through a narrower view centred on
         // the same direction with a corner on the pixel.
-        viewgeo_context *sub = new_subview_context(lens);
+        const ContextPtr sub = new_subview_context(lens);
         if (sub == nullptr) return -1;
         const SubviewSpan across = subview_span(x, ctx->pic_width);
         const SubviewSpan down = subview_span(y, ctx->pic_height);
         std::int32_t hf = 0;
         std::int32_t vf = 0;
         get_subview_fov(ctx, &hf, &vf, across.size, down.size, x, y);
-        viewgeo_set_pantilt_x(sub, ctx->pan, ctx->tilt);
-        viewgeo_set_pic_rot(sub, ctx->pic_rot);
-        viewgeo_set_pic_dim(sub, across.size, down.size);
-        viewgeo_set_horiz_fov_x(sub, hf);
-        viewgeo_set_vert_fov_x(sub, vf);
-        viewgeo_to_ptz_x(sub, pan, tilt, across.corner, down.corner);
-        viewgeo_context_delete(sub);
+        sub->pan = ctx->pan;
+        sub->tilt = ctx->tilt;
+        sub->pic_rot = ctx->pic_rot;
+        sub->pic_width = across.size;
+        sub->pic_height = down.size;
+        sub->horiz_fov = hf;
+        set_vert_fov(*sub, vf);
+        const PanTiltX direction = direction_of_pixel_x(*sub, across.corner, down.corner);
+        *pan = direction.pan;
+        *tilt = direction.tilt;
     }
     // Past the nadir: fold the tilt back and look the other way.
     if (q16_to_float(*tilt) < -90.0f) {

@@ -1,8 +1,11 @@
 // From a remote pan/tilt back to the pixel of the main picture it looks at.
 #include <cstdint>
 
+#include "core/angles.h"
+#include "core/projection_fixed.h"
 #include "core/q16.h"
-#include "platform/fixmath.h"
+#include "core/vert_fov.h"
+#include "fixmath/fixmath.h"
 #include "remote/remote_pointing.h"
 #include "remote/remote_to_pixel.h"
 #include "remote/subview.h"
@@ -39,21 +42,13 @@ int search_wide(viewgeo_context *ctx, SubviewLens &lens, std::int32_t *x_out, st
     // to the result; the context keeps rotation 0, as callers expect.
     const std::int32_t rotation = ctx->pic_rot;
     ctx->pic_rot = 0;
-    q16 vf = 0;
-    q16 hf = 0;
-    viewgeo_get_vert_fov_x(ctx, &vf);
-    viewgeo_get_horiz_fov_x(ctx, &hf);
+    const q16 vf = vertical_fov_x(*ctx);
+    const q16 hf = ctx->horiz_fov;
     const std::int32_t width = ctx->pic_width;
     const std::int32_t height = ctx->pic_height;
 
     // Pan difference from the centre, within one turn.
-    const q16 centre = ctx->pan;
-    q16 d = wrap_sub(pan, centre);
-    if (centre < pan) {
-        if (d >= kQ16Deg180) d = wrap_sub(d, kQ16Deg360);
-    } else if (wrap_sub(centre, pan) >= kQ16Deg180) {
-        d = wrap_add(d, kQ16Deg360);
-    }
+    const q16 d = pan_offset(pan, ctx->pan);
 
     // First guess: angles proportional to pixels. The row uses the height as
     // a plain integer, which puts it at 0 or -1; the search corrects it.
@@ -81,8 +76,8 @@ int search_wide(viewgeo_context *ctx, SubviewLens &lens, std::int32_t *x_out, st
             dp = wrap_sub(dp, kQ16Deg360);
         }
         const q16 dt = wrap_sub(tilt, rt);
-        const q16 ep = fx_sqrtx(q16_mul(dp, dp), 16);
-        const q16 et = fx_sqrtx(q16_mul(dt, dt), 16);
+        const q16 ep = fixmath::sqrtx(q16_mul(dp, dp), 16);
+        const q16 et = fixmath::sqrtx(q16_mul(dt, dt), 16);
         if (ep < kQ16Half && et < kQ16Half) break;
         // Two pixels per degree of error; an error of exactly 0.5 moves nothing.
         if (ep > kQ16Half) x = wrap_add(pixels_to_q16(x), q16_div(dp, kQ16Half)) >> 16;
@@ -108,7 +103,9 @@ int remote_to_pixel(viewgeo_context *ctx, std::int32_t *x, std::int32_t *y, q16 
     // The channel's centre stays in the context afterwards.
     if (viewgeo_get_remote_center(ctx, channel) != 0) return -1;
     if (q16_to_float(ctx->horiz_fov) < 100.0f) {
-        viewgeo_to_pixel_x(ctx, x, y, pan, tilt);
+        const PixelPair pixel = pixel_of_direction_x(*ctx, pan, tilt);
+        *x = pixel.x;
+        *y = pixel.y;
         return 0;
     }
     SubviewLens lens;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "core/context.h"
 #include "viewgeo.h"
 
 namespace viewgeo {
@@ -37,7 +38,7 @@ private:
 
 // A new context for a sub-view, as viewgeo_context_create() would make it
 // but without reading the misalignment data, which the projection does not
-// use. Null when out of memory; freed with viewgeo_context_delete().
-viewgeo_context *new_subview_context(SubviewLens &lens);
+// use. Null when out of memory.
+ContextPtr new_subview_context(SubviewLens &lens);
 
 }  // namespace viewgeo

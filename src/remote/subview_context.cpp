@@ -17,6 +17,6 @@ std::int32_t SubviewLens::projection_type() {
     return type_;
 }
 
-viewgeo_context *new_subview_context(SubviewLens &lens) { return allocate_context(lens.projection_type()); }
+ContextPtr new_subview_context(SubviewLens &lens) { return ContextPtr(allocate_context(lens.projection_type())); }
 
 }  // namespace viewgeo
