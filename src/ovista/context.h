@@ -1,4 +1,4 @@
-// The overview context's defaults and the compensator picked by an index.
+// The overview context's defaults, from which every load of its configuration starts.
 #pragma once
 
 #include "viewgeo.h"
