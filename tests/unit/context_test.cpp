@@ -6,20 +6,16 @@
 #include <gtest/gtest.h>
 
 #include "support/temp_root.h"
+#include "support/view.h"
 #include "viewgeo.h"
 
 namespace viewgeo {
 namespace {
 
 using testing::TempRoot;
+using testing::View;
 
 constexpr const char *kProjectionFlag = "/usr/share/viewgeo/viewgeo_projection.conf";
-
-struct Context {
-    Context() : ctx(viewgeo_context_create()) {}
-    ~Context() { viewgeo_context_delete(ctx); }
-    viewgeo_context *ctx;
-};
 
 // The derived vertical field of view written out step by step: half the
 // horizontal field in radians in single precision, its tangent in double,
@@ -39,112 +35,112 @@ float reference_vertical_fov(int32_t horiz_fov, int32_t width, int32_t height) {
 
 TEST(ContextCreate, ProjectionTypeIsRectilinearWithoutTheFlagFile) {
     TempRoot root;
-    Context c;
-    ASSERT_NE(c.ctx, nullptr);
-    EXPECT_EQ(c.ctx->projection_type, 2);
+    const View c;
+    ASSERT_NE(c.get(), nullptr);
+    EXPECT_EQ(c.get()->projection_type, 2);
 }
 
 TEST(ContextCreate, ProjectionTypeIsEquidistantWhenTheFlagFileExistsEvenEmpty) {
     TempRoot root;
     root.write(kProjectionFlag, "");
-    Context c;
-    ASSERT_NE(c.ctx, nullptr);
-    EXPECT_EQ(c.ctx->projection_type, 1);
+    const View c;
+    ASSERT_NE(c.get(), nullptr);
+    EXPECT_EQ(c.get()->projection_type, 1);
 }
 
 TEST(ContextCreate, FlagFileContentsAreNeverRead) {
     TempRoot root;
     root.write(kProjectionFlag, "projection_type=2\n");
-    Context c;
-    EXPECT_EQ(c.ctx->projection_type, 1);
+    const View c;
+    EXPECT_EQ(c.get()->projection_type, 1);
 }
 
 TEST(ContextCreate, FlagFileIsLookedAtOnlyAtCreation) {
     TempRoot root;
-    Context before;
+    const View before;
     root.write(kProjectionFlag, "");
-    EXPECT_EQ(before.ctx->projection_type, 2);
-    Context after;
-    EXPECT_EQ(after.ctx->projection_type, 1);
+    EXPECT_EQ(before.get()->projection_type, 2);
+    const View after;
+    EXPECT_EQ(after.get()->projection_type, 1);
     root.remove(kProjectionFlag);
-    EXPECT_EQ(after.ctx->projection_type, 1);
+    EXPECT_EQ(after.get()->projection_type, 1);
 }
 
 TEST(ContextCreate, StartsWithNoMisalignmentDataAndPlainPicture) {
     TempRoot root;
-    Context c;
-    EXPECT_EQ(c.ctx->pic_rot, 0);
-    EXPECT_FALSE(c.ctx->vert_fov_set);
-    EXPECT_EQ(c.ctx->dewarp_status, 0);
-    EXPECT_EQ(c.ctx->mo_table, nullptr);
-    EXPECT_EQ(c.ctx->mo_count, 0);
-    EXPECT_EQ(c.ctx->mo_opt_offset, nullptr);
-    EXPECT_EQ(c.ctx->mo_mech_offset, nullptr);
-    EXPECT_EQ(c.ctx->pan_rotation_steps, 0u);
-    EXPECT_EQ(c.ctx->tilt_rotation_steps, 0u);
-    EXPECT_EQ(c.ctx->mo_state, 0);
+    const View c;
+    EXPECT_EQ(c.get()->pic_rot, 0);
+    EXPECT_FALSE(c.get()->vert_fov_set);
+    EXPECT_EQ(c.get()->dewarp_status, 0);
+    EXPECT_EQ(c.get()->mo_table, nullptr);
+    EXPECT_EQ(c.get()->mo_count, 0);
+    EXPECT_EQ(c.get()->mo_opt_offset, nullptr);
+    EXPECT_EQ(c.get()->mo_mech_offset, nullptr);
+    EXPECT_EQ(c.get()->pan_rotation_steps, 0u);
+    EXPECT_EQ(c.get()->tilt_rotation_steps, 0u);
+    EXPECT_EQ(c.get()->mo_state, 0);
 }
 
 TEST(ContextPanTilt, FloatSetterRoundsToTheNearestWord) {
     TempRoot root;
-    Context c;
-    viewgeo_set_pantilt_f(c.ctx, 0.0f, -0.4f / 65536.0f);
-    EXPECT_EQ(c.ctx->pan, 0);
-    EXPECT_EQ(c.ctx->tilt, 0);
-    viewgeo_set_pantilt_f(c.ctx, 1.5f, -89.0f);
-    EXPECT_EQ(c.ctx->pan, 98304);
-    EXPECT_EQ(c.ctx->tilt, -5832704);
-    viewgeo_set_pantilt_f(c.ctx, 2.5f / 65536.0f, -2.5f / 65536.0f);
-    EXPECT_EQ(c.ctx->pan, 3);
-    EXPECT_EQ(c.ctx->tilt, -3);
-    viewgeo_set_pantilt_f(c.ctx, -0.0f, 0.6f / 65536.0f);
-    EXPECT_EQ(c.ctx->pan, 0);
-    EXPECT_EQ(c.ctx->tilt, 1);
+    const View c;
+    viewgeo_set_pantilt_f(c.get(), 0.0f, -0.4f / 65536.0f);
+    EXPECT_EQ(c.get()->pan, 0);
+    EXPECT_EQ(c.get()->tilt, 0);
+    viewgeo_set_pantilt_f(c.get(), 1.5f, -89.0f);
+    EXPECT_EQ(c.get()->pan, 98304);
+    EXPECT_EQ(c.get()->tilt, -5832704);
+    viewgeo_set_pantilt_f(c.get(), 2.5f / 65536.0f, -2.5f / 65536.0f);
+    EXPECT_EQ(c.get()->pan, 3);
+    EXPECT_EQ(c.get()->tilt, -3);
+    viewgeo_set_pantilt_f(c.get(), -0.0f, 0.6f / 65536.0f);
+    EXPECT_EQ(c.get()->pan, 0);
+    EXPECT_EQ(c.get()->tilt, 1);
 }
 
 TEST(ContextPanTilt, FixedAccessorsCopyTheWords) {
     TempRoot root;
-    Context c;
-    viewgeo_set_pantilt_x(c.ctx, INT32_MIN, INT32_MAX);
+    const View c;
+    viewgeo_set_pantilt_x(c.get(), INT32_MIN, INT32_MAX);
     int32_t p = 0;
     int32_t t = 0;
-    viewgeo_get_pantilt_x(c.ctx, &p, &t);
+    viewgeo_get_pantilt_x(c.get(), &p, &t);
     EXPECT_EQ(p, INT32_MIN);
     EXPECT_EQ(t, INT32_MAX);
     float pf = 0.0f;
     float tf = 0.0f;
-    viewgeo_set_pantilt_x(c.ctx, -0x8000, 0x10000);
-    viewgeo_get_pantilt_f(c.ctx, &pf, &tf);
+    viewgeo_set_pantilt_x(c.get(), -0x8000, 0x10000);
+    viewgeo_get_pantilt_f(c.get(), &pf, &tf);
     EXPECT_EQ(pf, -0.5f);
     EXPECT_EQ(tf, 1.0f);
 }
 
 TEST(ContextFieldOfView, HorizontalAccessors) {
     TempRoot root;
-    Context c;
-    viewgeo_set_horiz_fov_f(c.ctx, 60.0f);
+    const View c;
+    viewgeo_set_horiz_fov_f(c.get(), 60.0f);
     int32_t x = 0;
-    viewgeo_get_horiz_fov_x(c.ctx, &x);
+    viewgeo_get_horiz_fov_x(c.get(), &x);
     EXPECT_EQ(x, 60 * 65536);
-    viewgeo_set_horiz_fov_x(c.ctx, 0x8000);
+    viewgeo_set_horiz_fov_x(c.get(), 0x8000);
     float f = 0.0f;
-    viewgeo_get_horiz_fov_f(c.ctx, &f);
+    viewgeo_get_horiz_fov_f(c.get(), &f);
     EXPECT_EQ(f, 0.5f);
 }
 
 TEST(ContextVerticalFov, DerivedFromSixtyDegreesAndFullHdThroughSinglePrecisionSteps) {
     TempRoot root;
-    Context c;
-    viewgeo_set_horiz_fov_f(c.ctx, 60.0f);
-    viewgeo_set_pic_dim(c.ctx, 1920, 1080);
+    const View c;
+    viewgeo_set_horiz_fov_f(c.get(), 60.0f);
+    viewgeo_set_pic_dim(c.get(), 1920, 1080);
     float v = 0.0f;
-    viewgeo_get_vert_fov_f(c.ctx, &v);
+    viewgeo_get_vert_fov_f(c.get(), &v);
     const float expected = reference_vertical_fov(60 * 65536, 1920, 1080);
     EXPECT_EQ(std::bit_cast<uint32_t>(v), std::bit_cast<uint32_t>(expected));
     // 2 atan(0.5625 tan 30 deg) = 35.98339 degrees, within float rounding.
     EXPECT_NEAR(v, 2.0 * std::atan(0.5625 * std::tan(M_PI / 6.0)) * 180.0 / M_PI, 1e-4);
     int32_t x = 0;
-    viewgeo_get_vert_fov_x(c.ctx, &x);
+    viewgeo_get_vert_fov_x(c.get(), &x);
     // The float result to a word: v * 65536 + 0.5 truncated.
     EXPECT_EQ(x, static_cast<int32_t>(std::trunc(v * 65536.0f + 0.5f)));
     EXPECT_NEAR(x / 65536.0, 35.98339, 1e-4);
@@ -152,29 +148,29 @@ TEST(ContextVerticalFov, DerivedFromSixtyDegreesAndFullHdThroughSinglePrecisionS
 
 TEST(ContextVerticalFov, DerivedValueFollowsTheHorizontalFieldAndAspect) {
     TempRoot root;
-    Context c;
-    viewgeo_set_pic_dim(c.ctx, 640, 480);
+    const View c;
+    viewgeo_set_pic_dim(c.get(), 640, 480);
     for (int32_t fov : {1 * 65536, 45 * 65536, 90 * 65536, 120 * 65536 + 12345}) {
-        viewgeo_set_horiz_fov_x(c.ctx, fov);
+        viewgeo_set_horiz_fov_x(c.get(), fov);
         float v = 0.0f;
-        viewgeo_get_vert_fov_f(c.ctx, &v);
+        viewgeo_get_vert_fov_f(c.get(), &v);
         EXPECT_EQ(std::bit_cast<uint32_t>(v), std::bit_cast<uint32_t>(reference_vertical_fov(fov, 640, 480))) << fov;
     }
     // A square picture keeps the horizontal field (to float rounding).
-    viewgeo_set_pic_dim(c.ctx, 500, 500);
-    viewgeo_set_horiz_fov_f(c.ctx, 50.0f);
+    viewgeo_set_pic_dim(c.get(), 500, 500);
+    viewgeo_set_horiz_fov_f(c.get(), 50.0f);
     float v = 0.0f;
-    viewgeo_get_vert_fov_f(c.ctx, &v);
+    viewgeo_get_vert_fov_f(c.get(), &v);
     EXPECT_NEAR(v, 50.0f, 1e-4);
 }
 
 TEST(ContextVerticalFov, ZeroWidthGivesAboutHalfATurn) {
     TempRoot root;
-    Context c;
-    viewgeo_set_horiz_fov_f(c.ctx, 60.0f);
-    viewgeo_set_pic_dim(c.ctx, 0, 1080);
+    const View c;
+    viewgeo_set_horiz_fov_f(c.get(), 60.0f);
+    viewgeo_set_pic_dim(c.get(), 0, 1080);
     float v = 0.0f;
-    viewgeo_get_vert_fov_f(c.ctx, &v);
+    viewgeo_get_vert_fov_f(c.get(), &v);
     // atan(inf) = pi/2, times 360/pi held in single precision.
     EXPECT_EQ(v, static_cast<float>(1.5707963267948966 * 114.59156036376953));
     EXPECT_NEAR(v, 180.0f, 1e-4);
@@ -182,62 +178,62 @@ TEST(ContextVerticalFov, ZeroWidthGivesAboutHalfATurn) {
 
 TEST(ContextVerticalFov, EmptyPictureGivesNan) {
     TempRoot root;
-    Context c;
-    viewgeo_set_horiz_fov_f(c.ctx, 60.0f);
-    viewgeo_set_pic_dim(c.ctx, 0, 0);
+    const View c;
+    viewgeo_set_horiz_fov_f(c.get(), 60.0f);
+    viewgeo_set_pic_dim(c.get(), 0, 0);
     float v = 0.0f;
-    viewgeo_get_vert_fov_f(c.ctx, &v);
+    viewgeo_get_vert_fov_f(c.get(), &v);
     EXPECT_TRUE(std::isnan(v));
     // The Q16.16 form saturates by the NaN's sign bit.
     int32_t x = 0;
-    viewgeo_get_vert_fov_x(c.ctx, &x);
+    viewgeo_get_vert_fov_x(c.get(), &x);
     EXPECT_EQ(x, std::signbit(v) ? INT32_MIN : INT32_MAX);
 }
 
 TEST(ContextVerticalFov, ExplicitValueIsKeptForGood) {
     TempRoot root;
-    Context c;
-    viewgeo_set_horiz_fov_f(c.ctx, 60.0f);
-    viewgeo_set_pic_dim(c.ctx, 1920, 1080);
-    viewgeo_set_vert_fov_x(c.ctx, 20 * 65536 + 1);
-    EXPECT_TRUE(c.ctx->vert_fov_set);
-    viewgeo_set_horiz_fov_f(c.ctx, 90.0f);
-    viewgeo_set_pic_dim(c.ctx, 100, 4000);
+    const View c;
+    viewgeo_set_horiz_fov_f(c.get(), 60.0f);
+    viewgeo_set_pic_dim(c.get(), 1920, 1080);
+    viewgeo_set_vert_fov_x(c.get(), 20 * 65536 + 1);
+    EXPECT_TRUE(c.get()->vert_fov_set);
+    viewgeo_set_horiz_fov_f(c.get(), 90.0f);
+    viewgeo_set_pic_dim(c.get(), 100, 4000);
     int32_t x = 0;
-    viewgeo_get_vert_fov_x(c.ctx, &x);
+    viewgeo_get_vert_fov_x(c.get(), &x);
     EXPECT_EQ(x, 20 * 65536 + 1);
     float v = 0.0f;
-    viewgeo_get_vert_fov_f(c.ctx, &v);
+    viewgeo_get_vert_fov_f(c.get(), &v);
     EXPECT_EQ(v, 20.0f + 1.0f / 65536.0f);
 }
 
 TEST(ContextVerticalFov, FloatSetterRoundsAndAlsoSticks) {
     TempRoot root;
-    Context c;
-    viewgeo_set_vert_fov_f(c.ctx, 33.3f);
+    const View c;
+    viewgeo_set_vert_fov_f(c.get(), 33.3f);
     int32_t x = 0;
-    viewgeo_get_vert_fov_x(c.ctx, &x);
+    viewgeo_get_vert_fov_x(c.get(), &x);
     EXPECT_EQ(x, 2182349);  // 33.3 * 65536 = 2182348.8
-    viewgeo_set_horiz_fov_f(c.ctx, 10.0f);
-    viewgeo_get_vert_fov_x(c.ctx, &x);
+    viewgeo_set_horiz_fov_f(c.get(), 10.0f);
+    viewgeo_get_vert_fov_x(c.get(), &x);
     EXPECT_EQ(x, 2182349);
 }
 
 TEST(ContextPicture, DimensionsAreStoredUnchecked) {
     TempRoot root;
-    Context c;
-    viewgeo_set_pic_dim(c.ctx, -5, 0);
+    const View c;
+    viewgeo_set_pic_dim(c.get(), -5, 0);
     int32_t w = 1;
     int32_t h = 1;
-    viewgeo_get_pic_dim(c.ctx, &w, &h);
+    viewgeo_get_pic_dim(c.get(), &w, &h);
     EXPECT_EQ(w, -5);
     EXPECT_EQ(h, 0);
-    viewgeo_set_pic_rot(c.ctx, 45);
-    EXPECT_EQ(c.ctx->pic_rot, 45);
-    viewgeo_set_projection_type(c.ctx, 7);
-    EXPECT_EQ(c.ctx->projection_type, 7);
-    viewgeo_set_dewarp_status(c.ctx, 1);
-    EXPECT_EQ(c.ctx->dewarp_status, 1);
+    viewgeo_set_pic_rot(c.get(), 45);
+    EXPECT_EQ(c.get()->pic_rot, 45);
+    viewgeo_set_projection_type(c.get(), 7);
+    EXPECT_EQ(c.get()->projection_type, 7);
+    viewgeo_set_dewarp_status(c.get(), 1);
+    EXPECT_EQ(c.get()->dewarp_status, 1);
 }
 
 }  // namespace

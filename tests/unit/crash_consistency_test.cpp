@@ -18,6 +18,7 @@
 #include "platform/fs.h"
 #include "support/emulation.h"
 #include "support/temp_root.h"
+#include "support/view.h"
 #include "viewgeo.h"
 
 namespace {
@@ -111,10 +112,7 @@ void kill_at_every_step(const TempRoot &root, const char *target, const std::str
     EXPECT_EQ(saw_old + saw_new, steps);
 }
 
-struct OvistaContextDeleter {
-    void operator()(viewgeo_ovista_context *ctx) const { viewgeo_ovista_context_delete(ctx); }
-};
-using OvistaPtr = std::unique_ptr<viewgeo_ovista_context, OvistaContextDeleter>;
+using viewgeo::testing::OvistaPtr;
 
 // Each test forks a writer, which user-mode emulation cannot run.
 class CrashConsistency : public ::testing::Test {

@@ -18,6 +18,7 @@
 #include "platform/fs.h"
 #include "platform/log.h"
 #include "support/temp_root.h"
+#include "support/view.h"
 #include "viewgeo.h"
 
 namespace {
@@ -31,10 +32,7 @@ constexpr const char *kOvistaTmp = "/etc/viewgeo/ovista.conf.tmp";
 constexpr const char *kVictim = "/etc/viewgeo/victim";
 constexpr const char *kPrecious = "precious content\n";
 
-struct OvistaContextDeleter {
-    void operator()(viewgeo_ovista_context *ctx) const { viewgeo_ovista_context_delete(ctx); }
-};
-using OvistaPtr = std::unique_ptr<viewgeo_ovista_context, OvistaContextDeleter>;
+using viewgeo::testing::OvistaPtr;
 
 bool is_symlink(const std::string &real_path) {
     struct stat st;

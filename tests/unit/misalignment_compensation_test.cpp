@@ -9,6 +9,7 @@
 #include <random>
 #include <vector>
 
+#include "support/misalignment_fixture.h"
 #include "support/misalignment_reference.h"
 #include "support/temp_root.h"
 #include "viewgeo.h"
@@ -30,30 +31,15 @@ struct PanTilt {
     int32_t returned;
 };
 
-class Compensation : public ::testing::Test {
+class Compensation : public testing::MisalignmentFixture {
 protected:
-    void SetUp() override {
-        ctx = viewgeo_context_create();
-        ASSERT_NE(ctx, nullptr);
-    }
-    void TearDown() override { viewgeo_context_delete(ctx); }
-
     // A constant offset of the given motor steps (Q16.16) at every zoom.
     void use_offset_steps(int32_t pan_steps, int32_t tilt_steps, uint32_t per_turn = 36000) {
         use_table({{deg(1), pan_steps, tilt_steps}, {deg(100), pan_steps, tilt_steps}}, per_turn);
     }
     // Offsets in hundredths of a degree: 36000 steps per turn.
     void use_offset_centidegrees(int pan, int tilt) { use_offset_steps(deg(pan), deg(tilt)); }
-    void use_table(const std::vector<RefEntry> &t, uint32_t per_turn) {
-        std::free(ctx->mo_table);
-        ctx->mo_table = static_cast<viewgeo_misalignment_entry *>(std::malloc(sizeof(viewgeo_misalignment_entry) * t.size()));
-        for (size_t i = 0; i < t.size(); ++i) ctx->mo_table[i] = {t[i].zoom, t[i].pan_steps, t[i].tilt_steps};
-        ctx->mo_count = static_cast<int32_t>(t.size());
-        ctx->pan_rotation_steps = per_turn;
-        ctx->tilt_rotation_steps = per_turn;
-        ctx->mo_state = 1;
-        table = t;
-    }
+    void use_table(const std::vector<RefEntry> &t, uint32_t per_turn) { MisalignmentFixture::use_table(t, per_turn, per_turn); }
     PanTilt compensate(int32_t pan, int32_t tilt, int add = 1, int32_t zoom = deg(10)) {
         PanTilt out{-7, -7, -7};
         out.returned = viewgeo_compensate_misalignment_offset(ctx, zoom, add, pan, tilt, &out.pan, &out.tilt);
@@ -72,9 +58,6 @@ protected:
         EXPECT_EQ(got.returned, got.tilt);
     }
 
-    TempRoot root;
-    viewgeo_context *ctx = nullptr;
-    std::vector<RefEntry> table;
 };
 
 TEST_F(Compensation, NearTheHorizonTheOffsetIsAdded) {

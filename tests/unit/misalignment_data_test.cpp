@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/log.h"
+#include "support/misalignment_fixture.h"
 #include "support/temp_root.h"
 #include "viewgeo.h"
 
@@ -56,20 +57,17 @@ int failures_logged() {
     return n;
 }
 
-class MisalignmentCompile : public ::testing::Test {
+class MisalignmentCompile : public testing::MisalignmentFixture {
 protected:
     void SetUp() override {
-        ctx = viewgeo_context_create();
-        ASSERT_NE(ctx, nullptr);
+        MisalignmentFixture::SetUp();
+        if (HasFatalFailure()) return;
         ASSERT_EQ(ctx->mo_state, 0);  // no data file in the test root
     }
-    void TearDown() override { viewgeo_context_delete(ctx); }
     int compile(const char *optical, const char *mechanical) {
         set_texts(ctx, optical, mechanical);
         return viewgeo_set_misalignment_data(ctx);
     }
-    TempRoot root;
-    viewgeo_context *ctx = nullptr;
 };
 
 constexpr int32_t kOne = 0x10000;

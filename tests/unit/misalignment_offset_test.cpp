@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "support/misalignment_fixture.h"
 #include "support/misalignment_reference.h"
 #include "support/temp_root.h"
 #include "viewgeo.h"
@@ -30,24 +31,8 @@ struct Offset {
 
 // A context whose table is given directly, as words (the compiler is tested
 // on its own); the load state is 1 so no file is looked for.
-class MisalignmentOffset : public ::testing::Test {
+class MisalignmentOffset : public testing::MisalignmentFixture {
 protected:
-    void SetUp() override {
-        ctx = viewgeo_context_create();
-        ASSERT_NE(ctx, nullptr);
-    }
-    void TearDown() override { viewgeo_context_delete(ctx); }
-
-    void use_table(const std::vector<RefEntry> &t, uint32_t pan_turn, uint32_t tilt_turn) {
-        std::free(ctx->mo_table);
-        ctx->mo_table = static_cast<viewgeo_misalignment_entry *>(std::malloc(sizeof(viewgeo_misalignment_entry) * (t.size() + 1)));
-        for (size_t i = 0; i < t.size(); ++i) ctx->mo_table[i] = {t[i].zoom, t[i].pan_steps, t[i].tilt_steps};
-        ctx->mo_count = static_cast<int32_t>(t.size());
-        ctx->pan_rotation_steps = pan_turn;
-        ctx->tilt_rotation_steps = tilt_turn;
-        ctx->mo_state = 1;
-        table = t;
-    }
     Offset at(int32_t zoom, int32_t tilt) {
         Offset o{-1, -1};
         viewgeo_get_misalignment_offset(ctx, zoom, tilt, &o.pan, &o.tilt);
@@ -60,9 +45,6 @@ protected:
         EXPECT_EQ(o.tilt, r.tilt) << "zoom " << zoom << " tilt " << tilt;
     }
 
-    TempRoot root;
-    viewgeo_context *ctx = nullptr;
-    std::vector<RefEntry> table;
 };
 
 // With 360 steps per turn a step is a degree, so offsets read directly.

@@ -10,6 +10,7 @@
 
 #include "platform/log.h"
 #include "support/temp_root.h"
+#include "support/view.h"
 #include "viewgeo.h"
 
 namespace {
@@ -19,10 +20,7 @@ using viewgeo::testing::TempRoot;
 constexpr const char *kConf = "/etc/viewgeo/ovista.conf";
 constexpr float kInf = std::numeric_limits<float>::infinity();
 
-struct OvistaContextDeleter {
-    void operator()(viewgeo_ovista_context *ctx) const { viewgeo_ovista_context_delete(ctx); }
-};
-using OvistaPtr = std::unique_ptr<viewgeo_ovista_context, OvistaContextDeleter>;
+using viewgeo::testing::OvistaPtr;
 
 // The defaults, written out independently of the library.
 viewgeo_ovista_context defaults() {

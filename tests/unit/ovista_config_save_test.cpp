@@ -16,6 +16,7 @@
 #include "platform/fs.h"
 #include "platform/log.h"
 #include "support/temp_root.h"
+#include "support/view.h"
 #include "viewgeo.h"
 
 namespace {
@@ -30,10 +31,7 @@ constexpr const char *kTmp = "/etc/viewgeo/ovista.conf.tmp";
 constexpr const char *kBak = "/etc/viewgeo/ovista.bak";
 constexpr const char *kOld = "[lens_charac]\nfield_angle = 33\n";
 
-struct OvistaContextDeleter {
-    void operator()(viewgeo_ovista_context *ctx) const { viewgeo_ovista_context_delete(ctx); }
-};
-using OvistaPtr = std::unique_ptr<viewgeo_ovista_context, OvistaContextDeleter>;
+using viewgeo::testing::OvistaPtr;
 
 std::string compensator_text(const char *group, const char *type, const char *a, const char *b, const char *c,
                              const char *d) {

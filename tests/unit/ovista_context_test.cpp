@@ -8,16 +8,14 @@
 
 #include "platform/log.h"
 #include "support/temp_root.h"
+#include "support/view.h"
 #include "viewgeo.h"
 
 namespace {
 
 using viewgeo::testing::TempRoot;
 
-struct OvistaContextDeleter {
-    void operator()(viewgeo_ovista_context *ctx) const { viewgeo_ovista_context_delete(ctx); }
-};
-using OvistaPtr = std::unique_ptr<viewgeo_ovista_context, OvistaContextDeleter>;
+using viewgeo::testing::OvistaPtr;
 
 void expect_no_correction(const viewgeo_ovista_compensator &comp) {
     EXPECT_EQ(comp.type, 0);

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "support/temp_root.h"
+#include "support/view.h"
 #include "viewgeo.h"
 
 namespace {
@@ -16,10 +17,6 @@ using viewgeo::testing::TempRoot;
 
 // 180/pi as the overview projections store it: bits 0x42652EE0.
 const float kK = std::bit_cast<float>(0x42652EE0u);
-
-struct ViewDeleter {
-    void operator()(viewgeo_context *ctx) const { viewgeo_context_delete(ctx); }
-};
 
 // The defaults, written out independently of the library.
 viewgeo_ovista_context defaults() {
@@ -37,8 +34,7 @@ viewgeo_ovista_context defaults() {
 class OvistaProjection : public ::testing::Test {
 protected:
     void SetUp() override {
-        view_.reset(viewgeo_context_create());
-        ASSERT_NE(view_, nullptr);
+        ASSERT_TRUE(view_);
         viewgeo_set_pic_dim(view_.get(), 1920, 1080);
     }
     void picture(int w, int h) { viewgeo_set_pic_dim(view_.get(), w, h); }
@@ -47,7 +43,7 @@ protected:
     void pixel(float pan, float tilt, int *x, int *y) { viewgeo_ovista_to_pixel_f(&o_, view_.get(), pan, tilt, x, y); }
 
     TempRoot root_;
-    std::unique_ptr<viewgeo_context, ViewDeleter> view_;
+    viewgeo::testing::View view_;
     viewgeo_ovista_context o_ = defaults();
 };
 

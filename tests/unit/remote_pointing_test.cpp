@@ -7,27 +7,23 @@
 #include "core/q16.h"
 #include "remote/subview.h"
 #include "support/temp_root.h"
+#include "support/view.h"
 #include "viewgeo.h"
 
 namespace viewgeo {
 namespace {
 
 using testing::TempRoot;
+using testing::View;
 
 constexpr const char *kConf = "/etc/viewgeo/remoteptz.conf";
 
 constexpr q16 deg(int d) { return static_cast<q16>(static_cast<std::uint32_t>(d) << 16); }
 
-struct Context {
-    viewgeo_context *ctx = viewgeo_context_create();
-    Context(q16 hfov, q16 vfov, std::int32_t w = 1920, std::int32_t h = 1080) {
-        viewgeo_set_pic_dim(ctx, w, h);
-        viewgeo_set_horiz_fov_x(ctx, hfov);
-        viewgeo_set_vert_fov_x(ctx, vfov);
-        viewgeo_set_pantilt_x(ctx, deg(20), deg(-10));
-    }
-    ~Context() { viewgeo_context_delete(ctx); }
-};
+// The main picture, looking at pan 20, tilt -10.
+View main_view(q16 hfov, q16 vfov, std::int32_t w = 1920, std::int32_t h = 1080) {
+    return testing::view_of(hfov, vfov, deg(20), deg(-10), w, h);
+}
 
 // The sub-view projection done the long way: a context made by
 // viewgeo_context_create() and filled with the given sub-view.
@@ -71,9 +67,9 @@ TEST(SubviewSpan, LeftOfCentreCornerIsZero) {
 TEST(SubviewFov, CentrePixelScalesDegreesPerPixelByOne) {
     // 120 / 1920 = 67.5 / 1080 = 0.0625 degrees per pixel (4096), and on the
     // centre row and column both factors are 0.5 + 0.5.
-    Context c(deg(120), deg(67) + 0x8000);
+    const View c = main_view(deg(120), deg(67) + 0x8000);
     q16 hf = 0, vf = 0;
-    EXPECT_EQ(get_subview_fov(c.ctx, &hf, &vf, 3, 3, 960, 540), 0);
+    EXPECT_EQ(get_subview_fov(c.get(), &hf, &vf, 3, 3, 960, 540), 0);
     EXPECT_EQ(hf, 3 * 4096);
     EXPECT_EQ(vf, 3 * 4096);
 }
@@ -85,18 +81,18 @@ TEST(SubviewFov, OffCentreFactorsFollowTheOtherAxis) {
     //   q2 = 104 / 192 -> 35499.
     // tw = (35499 + 32768) * 1440 = 98304480, th = (54613 + 32768) * 800 =
     // 69904800; times 4096 / 65536.
-    Context c(deg(120), deg(67) + 0x8000);
+    const View c = main_view(deg(120), deg(67) + 0x8000);
     q16 hf = 0, vf = 0;
-    get_subview_fov(c.ctx, &hf, &vf, 1440, 800, 240, 140);
+    get_subview_fov(c.get(), &hf, &vf, 1440, 800, 240, 140);
     EXPECT_EQ(hf, 6144030);
     EXPECT_EQ(vf, 4369050);
 }
 
 TEST(SubviewFov, UsesTheStoredVerticalFieldEvenWhenNotSet) {
-    Context c(deg(120), deg(67) + 0x8000);
-    c.ctx->vert_fov_set = false;  // the derived field would be about 80 degrees
+    const View c = main_view(deg(120), deg(67) + 0x8000);
+    c.get()->vert_fov_set = false;  // the derived field would be about 80 degrees
     q16 hf = 0, vf = 0;
-    get_subview_fov(c.ctx, &hf, &vf, 3, 3, 960, 540);
+    get_subview_fov(c.get(), &hf, &vf, 3, 3, 960, 540);
     EXPECT_EQ(vf, 3 * 4096);
 }
 
@@ -105,11 +101,11 @@ TEST(SubviewFov, UsesTheStoredVerticalFieldEvenWhenNotSet) {
 TEST(ToRemotePtz, BelowHundredDegreesIsThePlainProjection) {
     TempRoot root;
     for (q16 hfov : {deg(60), q16_from_float(99.99f), deg(100) - 1}) {
-        Context c(hfov, deg(40));
+        const View c = main_view(hfov, deg(40));
         for (auto [x, y] : {std::pair{0, 0}, {960, 540}, {1500, 200}, {1919, 1079}}) {
             q16 pan = 0, tilt = 0, want_pan = 0, want_tilt = 0;
-            EXPECT_EQ(viewgeo_to_remote_ptz(c.ctx, &pan, &tilt, x, y), 0);
-            viewgeo_to_ptz_x(c.ctx, &want_pan, &want_tilt, x, y);
+            EXPECT_EQ(viewgeo_to_remote_ptz(c.get(), &pan, &tilt, x, y), 0);
+            viewgeo_to_ptz_x(c.get(), &want_pan, &want_tilt, x, y);
             EXPECT_EQ(pan, want_pan) << hfov << " " << x << "," << y;
             EXPECT_EQ(tilt, want_tilt) << hfov << " " << x << "," << y;
         }
@@ -118,10 +114,10 @@ TEST(ToRemotePtz, BelowHundredDegreesIsThePlainProjection) {
 
 TEST(ToRemotePtz, FromHundredDegreesTheCentreUsesAThreeByThreeSubviewAtItsCorner) {
     TempRoot root;
-    Context c(deg(120), deg(67) + 0x8000);
+    const View c = main_view(deg(120), deg(67) + 0x8000);
     q16 pan = 0, tilt = 0, want_pan = 0, want_tilt = 0;
-    EXPECT_EQ(viewgeo_to_remote_ptz(c.ctx, &pan, &tilt, 960, 540), 0);
-    project_subview(c.ctx, 3 * 4096, 3 * 4096, 3, 3, 3, 3, &want_pan, &want_tilt);
+    EXPECT_EQ(viewgeo_to_remote_ptz(c.get(), &pan, &tilt, 960, 540), 0);
+    project_subview(c.get(), 3 * 4096, 3 * 4096, 3, 3, 3, 3, &want_pan, &want_tilt);
     EXPECT_EQ(pan, want_pan);
     EXPECT_EQ(tilt, want_tilt);
     // The corner of a 3 x 3 view of 0.1875 degrees is close to the centre.
@@ -131,15 +127,15 @@ TEST(ToRemotePtz, FromHundredDegreesTheCentreUsesAThreeByThreeSubviewAtItsCorner
 
 TEST(ToRemotePtz, ExactlyHundredDegreesTakesTheSubview) {
     TempRoot root;
-    Context c(deg(100), deg(60));
+    const View c = main_view(deg(100), deg(60));
     q16 pan = 0, tilt = 0, plain_pan = 0, plain_tilt = 0, want_pan = 0, want_tilt = 0;
-    EXPECT_EQ(viewgeo_to_remote_ptz(c.ctx, &pan, &tilt, 240, 140), 0);
+    EXPECT_EQ(viewgeo_to_remote_ptz(c.get(), &pan, &tilt, 240, 140), 0);
     q16 hf = 0, vf = 0;
-    get_subview_fov(c.ctx, &hf, &vf, 1440, 800, 240, 140);
-    project_subview(c.ctx, hf, vf, 1440, 800, 0, 0, &want_pan, &want_tilt);
+    get_subview_fov(c.get(), &hf, &vf, 1440, 800, 240, 140);
+    project_subview(c.get(), hf, vf, 1440, 800, 0, 0, &want_pan, &want_tilt);
     EXPECT_EQ(pan, want_pan);
     EXPECT_EQ(tilt, want_tilt);
-    viewgeo_to_ptz_x(c.ctx, &plain_pan, &plain_tilt, 240, 140);
+    viewgeo_to_ptz_x(c.get(), &plain_pan, &plain_tilt, 240, 140);
     EXPECT_NE(pan, plain_pan);
 }
 
@@ -157,17 +153,17 @@ TEST_P(ToRemotePtzWide, MatchesASubviewMadeByContextCreation) {
                                                 "PAN_ROTATION_STEPS=36000\nTILT_ROTATION_STEPS=36000\n");
     }
     for (int rot : {0, 90, 180, 270}) {
-        Context c(deg(140), deg(80));
-        viewgeo_set_pic_rot(c.ctx, rot);
+        const View c = main_view(deg(140), deg(80));
+        viewgeo_set_pic_rot(c.get(), rot);
         for (int x = 0; x <= 1920; x += 240) {
             for (int y = 0; y <= 1080; y += 180) {
                 q16 pan = 0, tilt = 0, want_pan = 0, want_tilt = 0;
-                ASSERT_EQ(viewgeo_to_remote_ptz(c.ctx, &pan, &tilt, x, y), 0);
+                ASSERT_EQ(viewgeo_to_remote_ptz(c.get(), &pan, &tilt, x, y), 0);
                 const SubviewSpan sx = subview_span(x, 1920);
                 const SubviewSpan sy = subview_span(y, 1080);
                 q16 hf = 0, vf = 0;
-                get_subview_fov(c.ctx, &hf, &vf, sx.size, sy.size, x, y);
-                project_subview(c.ctx, hf, vf, sx.size, sy.size, sx.corner, sy.corner, &want_pan, &want_tilt);
+                get_subview_fov(c.get(), &hf, &vf, sx.size, sy.size, x, y);
+                project_subview(c.get(), hf, vf, sx.size, sy.size, sx.corner, sy.corner, &want_pan, &want_tilt);
                 if (q16_to_float(want_tilt) < -90.0f) continue;  // folded; covered below
                 EXPECT_EQ(pan, want_pan) << rot << " " << x << "," << y;
                 EXPECT_EQ(tilt, want_tilt) << rot << " " << x << "," << y;
@@ -182,19 +178,19 @@ INSTANTIATE_TEST_SUITE_P(FlagAndMisalignment, ToRemotePtzWide,
 
 TEST(ToRemotePtz, WidePathFollowsThePixelAcrossThePicture) {
     TempRoot root;
-    Context c(deg(120), deg(70));
+    const View c = main_view(deg(120), deg(70));
     // Pan grows to the right and tilt upwards, on the centre row and column.
     q16 last = INT32_MIN;
     for (int x = 0; x <= 1920; x += 120) {
         q16 pan = 0, tilt = 0;
-        viewgeo_to_remote_ptz(c.ctx, &pan, &tilt, x, 540);
+        viewgeo_to_remote_ptz(c.get(), &pan, &tilt, x, 540);
         EXPECT_GT(pan, last) << x;
         last = pan;
     }
     last = INT32_MIN;
     for (int y = 1080; y >= 0; y -= 90) {
         q16 pan = 0, tilt = 0;
-        viewgeo_to_remote_ptz(c.ctx, &pan, &tilt, 960, y);
+        viewgeo_to_remote_ptz(c.get(), &pan, &tilt, 960, y);
         EXPECT_GT(tilt, last) << y;
         last = tilt;
     }
@@ -212,16 +208,16 @@ TEST_P(ToRemotePtzNadir, FoldsTiltsBelowMinusNinetyOnBothPaths) {
     TempRoot root;
     const Fold f = GetParam();
     // Plain path: horizontal field 0.
-    Context plain(0, 0);
-    viewgeo_set_pantilt_x(plain.ctx, f.pan_in, f.tilt_in);
+    const View plain = main_view(0, 0);
+    viewgeo_set_pantilt_x(plain.get(), f.pan_in, f.tilt_in);
     q16 pan = 0, tilt = 0;
-    EXPECT_EQ(viewgeo_to_remote_ptz(plain.ctx, &pan, &tilt, 100, 100), 0);
+    EXPECT_EQ(viewgeo_to_remote_ptz(plain.get(), &pan, &tilt, 100, 100), 0);
     EXPECT_EQ(pan, f.pan_out);
     EXPECT_EQ(tilt, f.tilt_out);
     // Wide path: the sub-view gets a zero vertical field.
-    Context wide(deg(120), 0);
-    viewgeo_set_pantilt_x(wide.ctx, f.pan_in, f.tilt_in);
-    EXPECT_EQ(viewgeo_to_remote_ptz(wide.ctx, &pan, &tilt, 100, 100), 0);
+    const View wide = main_view(deg(120), 0);
+    viewgeo_set_pantilt_x(wide.get(), f.pan_in, f.tilt_in);
+    EXPECT_EQ(viewgeo_to_remote_ptz(wide.get(), &pan, &tilt, 100, 100), 0);
     EXPECT_EQ(pan, f.pan_out);
     EXPECT_EQ(tilt, f.tilt_out);
 }
@@ -238,52 +234,52 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(ToRemotePtz, DoesNotChangeTheContext) {
     TempRoot root;
-    Context c(deg(120), deg(70));
-    viewgeo_set_pic_rot(c.ctx, 180);
-    const viewgeo_context before = *c.ctx;
+    const View c = main_view(deg(120), deg(70));
+    viewgeo_set_pic_rot(c.get(), 180);
+    const viewgeo_context before = *c.get();
     q16 pan = 0, tilt = 0;
-    viewgeo_to_remote_ptz(c.ctx, &pan, &tilt, 100, 900);
-    EXPECT_EQ(c.ctx->pan, before.pan);
-    EXPECT_EQ(c.ctx->tilt, before.tilt);
-    EXPECT_EQ(c.ctx->pic_rot, 180);
-    EXPECT_EQ(c.ctx->horiz_fov, before.horiz_fov);
+    viewgeo_to_remote_ptz(c.get(), &pan, &tilt, 100, 900);
+    EXPECT_EQ(c.get()->pan, before.pan);
+    EXPECT_EQ(c.get()->tilt, before.tilt);
+    EXPECT_EQ(c.get()->pic_rot, 180);
+    EXPECT_EQ(c.get()->horiz_fov, before.horiz_fov);
 }
 
 // --- zoom width ---------------------------------------------------------
 
 TEST(ToRemoteZoom, WidthZeroGivesZero) {
-    Context c(deg(120), deg(67) + 0x8000);
-    for (int x : {0, 500, 960, 1919}) EXPECT_EQ(viewgeo_to_remote_zoom(c.ctx, x, 300, 0), 0) << x;
+    const View c = main_view(deg(120), deg(67) + 0x8000);
+    for (int x : {0, 500, 960, 1919}) EXPECT_EQ(viewgeo_to_remote_zoom(c.get(), x, 300, 0), 0) << x;
 }
 
 TEST(ToRemoteZoom, SpanAcrossTheCentreAddsBothHalves) {
     // Centre row: factor 1, so each side is 200 px * 0.0625 = 12.5 degrees;
     // halved and added: 12.5 degrees (819200).
-    Context c(deg(120), deg(67) + 0x8000);
-    EXPECT_EQ(viewgeo_to_remote_zoom(c.ctx, 960, 540, 200), 819200);
+    const View c = main_view(deg(120), deg(67) + 0x8000);
+    EXPECT_EQ(viewgeo_to_remote_zoom(c.get(), 960, 540, 200), 819200);
 }
 
 TEST(ToRemoteZoom, SpanOnOneSideIsTheDifferenceOfTheHalves) {
     // xl = 1360: sub-view 800 px, 50 degrees; xr = 1560: 1200 px, 75 degrees.
     // (75 - 50) / 2 = 12.5 degrees.
-    Context c(deg(120), deg(67) + 0x8000);
-    EXPECT_EQ(viewgeo_to_remote_zoom(c.ctx, 1460, 540, 200), 819200);
+    const View c = main_view(deg(120), deg(67) + 0x8000);
+    EXPECT_EQ(viewgeo_to_remote_zoom(c.get(), 1460, 540, 200), 819200);
     // Mirrored on the left: -50 and -75, the same distance.
-    EXPECT_EQ(viewgeo_to_remote_zoom(c.ctx, 460, 540, 200), 819200);
+    EXPECT_EQ(viewgeo_to_remote_zoom(c.get(), 460, 540, 200), 819200);
 }
 
 TEST(ToRemoteZoom, OddWidthUsesTheTruncatedHalf) {
-    Context c(deg(120), deg(67) + 0x8000);
-    EXPECT_EQ(viewgeo_to_remote_zoom(c.ctx, 960, 540, 201), 819200);
+    const View c = main_view(deg(120), deg(67) + 0x8000);
+    EXPECT_EQ(viewgeo_to_remote_zoom(c.get(), 960, 540, 201), 819200);
 }
 
 TEST(ToRemoteZoom, IsNeverNegativeAndGrowsWithTheWidth) {
-    Context c(deg(90), deg(50));
+    const View c = main_view(deg(90), deg(50));
     for (int x : {100, 700, 960, 1300}) {
         for (int y : {0, 300, 540, 1000}) {
             q16 last = 0;
             for (int w = 2; w <= 400; w += 2) {
-                const q16 z = viewgeo_to_remote_zoom(c.ctx, x, y, w);
+                const q16 z = viewgeo_to_remote_zoom(c.get(), x, y, w);
                 EXPECT_GE(z, last) << x << "," << y << " " << w;
                 last = z;
             }
@@ -293,9 +289,9 @@ TEST(ToRemoteZoom, IsNeverNegativeAndGrowsWithTheWidth) {
 
 TEST(ToRemoteZoom, WidensAwayFromTheCentreRow) {
     // The horizontal factor grows with the distance of the row from the centre.
-    Context c(deg(120), deg(67) + 0x8000);
-    const q16 centre_row = viewgeo_to_remote_zoom(c.ctx, 960, 540, 200);
-    const q16 top_row = viewgeo_to_remote_zoom(c.ctx, 960, 0, 200);
+    const View c = main_view(deg(120), deg(67) + 0x8000);
+    const q16 centre_row = viewgeo_to_remote_zoom(c.get(), 960, 540, 200);
+    const q16 top_row = viewgeo_to_remote_zoom(c.get(), 960, 0, 200);
     EXPECT_GT(top_row, centre_row);
 }
 
@@ -304,60 +300,60 @@ TEST(ToRemoteZoom, WidensAwayFromTheCentreRow) {
 TEST(RemoteFov, VfovFortyOnFullHdSetsBothFields) {
     TempRoot root;
     root.write(kConf, "[channel_1]\ncenter_pan = 1\n[lens_fov]\nvfov = 40.0\n");
-    Context c(deg(10), deg(10));
-    c.ctx->vert_fov_set = false;
-    EXPECT_EQ(viewgeo_get_remote_fov(c.ctx), 0);
-    EXPECT_EQ(c.ctx->vert_fov, 2621440);
-    EXPECT_TRUE(c.ctx->vert_fov_set);
+    const View c = main_view(deg(10), deg(10));
+    c.get()->vert_fov_set = false;
+    EXPECT_EQ(viewgeo_get_remote_fov(c.get()), 0);
+    EXPECT_EQ(c.get()->vert_fov, 2621440);
+    EXPECT_TRUE(c.get()->vert_fov_set);
     // 40 * q16_div(1920, 1080) = 40 * 116508 = 4660320 (71.11083984375).
-    EXPECT_EQ(c.ctx->horiz_fov, 4660320);
+    EXPECT_EQ(c.get()->horiz_fov, 4660320);
 }
 
 TEST(RemoteFov, LastValidEntryWins) {
     TempRoot root;
     root.write(kConf, "[lens_fov]\nvfov = 30\nvfov = wide\n[other]\nvfov = 50\n[lens_fov]\nvfov = 25.5\nvfov = \n");
-    Context c(deg(10), deg(10));
-    EXPECT_EQ(viewgeo_get_remote_fov(c.ctx), 0);
-    EXPECT_EQ(c.ctx->vert_fov, deg(25) + 0x8000);
+    const View c = main_view(deg(10), deg(10));
+    EXPECT_EQ(viewgeo_get_remote_fov(c.get()), 0);
+    EXPECT_EQ(c.get()->vert_fov, deg(25) + 0x8000);
 }
 
 TEST(RemoteFov, MissingEntryOrFileFailsAndLeavesTheContext) {
     TempRoot root;
-    Context c(deg(10), deg(11));
-    EXPECT_EQ(viewgeo_get_remote_fov(c.ctx), -1);
+    const View c = main_view(deg(10), deg(11));
+    EXPECT_EQ(viewgeo_get_remote_fov(c.get()), -1);
     root.write(kConf, "[lens_fov]\nhfov = 40\nvfov = none\n[channel_1]\nvfov = 40\n");
-    EXPECT_EQ(viewgeo_get_remote_fov(c.ctx), -1);
-    EXPECT_EQ(c.ctx->horiz_fov, deg(10));
-    EXPECT_EQ(c.ctx->vert_fov, deg(11));
+    EXPECT_EQ(viewgeo_get_remote_fov(c.get()), -1);
+    EXPECT_EQ(c.get()->horiz_fov, deg(10));
+    EXPECT_EQ(c.get()->vert_fov, deg(11));
 }
 
 TEST(RemoteFov, ZeroPictureSizeFailsWithoutReading) {
     TempRoot root;
     root.write(kConf, "[lens_fov]\nvfov = 40.0\n");
     for (auto [w, h] : {std::pair{0, 1080}, {1920, 0}, {65536, 65536}, {3, 65536}}) {
-        Context c(deg(10), deg(11), w, h);
-        EXPECT_EQ(viewgeo_get_remote_fov(c.ctx), -1) << w << "x" << h;
-        EXPECT_EQ(c.ctx->vert_fov, deg(11));
+        const View c = main_view(deg(10), deg(11), w, h);
+        EXPECT_EQ(viewgeo_get_remote_fov(c.get()), -1) << w << "x" << h;
+        EXPECT_EQ(c.get()->vert_fov, deg(11));
     }
 }
 
 TEST(RemoteFov, RoundsTheValueAsTheSettersDo) {
     TempRoot root;
     root.write(kConf, "[lens_fov]\nvfov = 33.3\n");
-    Context c(deg(10), deg(10), 1280, 720);
-    ASSERT_EQ(viewgeo_get_remote_fov(c.ctx), 0);
+    const View c = main_view(deg(10), deg(10), 1280, 720);
+    ASSERT_EQ(viewgeo_get_remote_fov(c.get()), 0);
     // 33.3f * 65536 = 2182348.8 -> 2182349; aspect 1280/720 -> 116508.
-    EXPECT_EQ(c.ctx->vert_fov, 2182349);
-    EXPECT_EQ(c.ctx->horiz_fov, q16_mul(2182349, 116508));
+    EXPECT_EQ(c.get()->vert_fov, 2182349);
+    EXPECT_EQ(c.get()->horiz_fov, q16_mul(2182349, 116508));
 }
 
 TEST(RemoteFov, HugeValueSaturates) {
     TempRoot root;
     root.write(kConf, "[lens_fov]\nvfov = 1e30\n");
-    Context c(deg(10), deg(10));
-    ASSERT_EQ(viewgeo_get_remote_fov(c.ctx), 0);
-    EXPECT_EQ(c.ctx->vert_fov, INT32_MAX);
-    EXPECT_EQ(c.ctx->horiz_fov, q16_mul(INT32_MAX, 116508));
+    const View c = main_view(deg(10), deg(10));
+    ASSERT_EQ(viewgeo_get_remote_fov(c.get()), 0);
+    EXPECT_EQ(c.get()->vert_fov, INT32_MAX);
+    EXPECT_EQ(c.get()->horiz_fov, q16_mul(INT32_MAX, 116508));
 }
 
 }  // namespace

@@ -1,0 +1,51 @@
+// The contexts a test owns, shared by the tests instead of each file wrapping
+// the C calls on its own. Create a View after the test's TempRoot, so that
+// the context is made below it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "viewgeo.h"
+
+namespace viewgeo::testing {
+
+struct ViewDeleter {
+    void operator()(viewgeo_context *ctx) const { viewgeo_context_delete(ctx); }
+};
+// Sole owner of a context; moves, never copies.
+using ViewPtr = std::unique_ptr<viewgeo_context, ViewDeleter>;
+
+// A context made as callers make one (viewgeo_context_create), or null when
+// that fails.
+class View {
+public:
+    View() : ctx_(viewgeo_context_create()) {}
+
+    viewgeo_context *get() const { return ctx_.get(); }
+    viewgeo_context *operator->() const { return ctx_.get(); }
+    explicit operator bool() const { return ctx_ != nullptr; }
+
+private:
+    ViewPtr ctx_;
+};
+
+// A w x h picture with the given fields of view (Q16.16 degrees), looking at
+// (pan, tilt) in Q16.16 degrees.
+inline View view_of(std::int32_t hfov, std::int32_t vfov, std::int32_t pan, std::int32_t tilt, std::int32_t w = 1920,
+                    std::int32_t h = 1080) {
+    View v;
+    viewgeo_set_pic_dim(v.get(), w, h);
+    viewgeo_set_horiz_fov_x(v.get(), hfov);
+    viewgeo_set_vert_fov_x(v.get(), vfov);
+    viewgeo_set_pantilt_x(v.get(), pan, tilt);
+    return v;
+}
+
+// Sole owner of an overview context.
+struct OvistaDeleter {
+    void operator()(viewgeo_ovista_context *ctx) const { viewgeo_ovista_context_delete(ctx); }
+};
+using OvistaPtr = std::unique_ptr<viewgeo_ovista_context, OvistaDeleter>;
+
+}  // namespace viewgeo::testing
