@@ -52,10 +52,22 @@ constexpr q16 wrap_pan(q16 pan) {
     return pan;
 }
 
-// Offset of a target pan from the camera pan (Q16.16 degrees), brought into
+// Offset of a target pan from the camera pan in degrees, brought into
 // [-180, 180] the short way round: an offset of exactly +180 becomes -180
 // and one of exactly -180 stays +180. The float and fixed-point projections
 // and the remote search share this asymmetry, so that all of them agree.
+// The float form measures both pans from -180, as stored calibrations expect.
+constexpr float pan_offset(float pan, float camera_pan) {
+    const float a = pan + 180.0f;
+    const float b = camera_pan + 180.0f;
+    if (a > b) {
+        const float d = a - b;
+        return d >= 180.0f ? -(360.0f - d) : d;
+    }
+    const float e = b - a;
+    return e >= 180.0f ? 360.0f - e : -e;
+}
+// The same on Q16.16 degrees, in wrapping arithmetic.
 constexpr q16 pan_offset(q16 pan, q16 camera_pan) {
     if (camera_pan < pan) {
         const q16 d = wrap_sub(pan, camera_pan);
