@@ -11,6 +11,7 @@
 #include "core/q16.h"
 #include "platform/fs.h"
 #include "support/temp_root.h"
+#include "support/view.h"
 #include "viewgeo.h"
 
 namespace viewgeo {
@@ -46,9 +47,10 @@ const std::string kTwoChannels =
     "calibration_status = 7\n"
     "auto_calibrated = 1\n";
 
+// A context owned by a View (never copied), reached as c.ctx.
 struct Context {
-    viewgeo_context *ctx = viewgeo_context_create();
-    ~Context() { viewgeo_context_delete(ctx); }
+    testing::View view;
+    viewgeo_context *const ctx = view.get();
 };
 
 // Both readers fail for `channel`, and the centre query leaves the
