@@ -75,112 +75,131 @@ std::vector<Entry> raw_libinih(const std::string &text) {
     return out;
 }
 
-// ---- Basic syntax -------------------------------------------------------------
+// ---- Texts and the entries they give: syntax, comments, malformed lines ------
 
-TEST(Inikit, ReadsWhatTheRemoteStoreWritesBack) {
+// One text of the file and every entry the reader must make of it, in order.
+struct ParseCase {
+    const char *name;
+    std::string text;
+    std::vector<Entry> expected;
+};
+
+void PrintTo(const ParseCase &c, std::ostream *os) { *os << c.name; }
+
+const ParseCase kParseCases[] = {
+    {
+        "ReadsWhatTheRemoteStoreWritesBack",
+        "[channel_3]\ncenter_pan = 12.500000\ncenter_tilt = -3.250000\n"
+        "calibration_status = 1\nauto_calibrated = 0\n[lens_fov]\nvfov = 45.5\n",
+        {
+            {"channel_3", "center_pan", "12.500000"},
+            {"channel_3", "center_tilt", "-3.250000"},
+            {"channel_3", "calibration_status", "1"},
+            {"channel_3", "auto_calibrated", "0"},
+            {"lens_fov", "vfov", "45.5"},
+        },
+    },
+    {
+        "KeepsSemicolonsInsideMisalignmentValues",
+        "PTZCAL_MECH_OFFSET=5,-5\nPTZCAL_OPT_OFFSET=1,0,0;100,0,0\nPAN_ROTATION_STEPS=36000\n",
+        {
+            {"", "PTZCAL_MECH_OFFSET", "5,-5"},
+            {"", "PTZCAL_OPT_OFFSET", "1,0,0;100,0,0"},
+            {"", "PAN_ROTATION_STEPS", "36000"},
+        },
+    },
+    {
+        "EntriesBeforeAnyHeaderHaveTheEmptyGroup",
+        "a = 1\n[g]\nb = 2\n",
+        {{"", "a", "1"}, {"g", "b", "2"}},
+    },
+    {
+        "StripsBlanksAroundKeyValueAndGroupName",
+        "[ group ]\n  key   =   some value   \n\ttabbed\t=\tx\t\n[]\nempty=y\n[\ta b\t]\nk=v\n",
+        {
+            {"group", "key", "some value"},
+            {"group", "tabbed", "x"},
+            {"", "empty", "y"},
+            {"a b", "k", "v"},
+        },
+    },
+    {
+        "EmptyValueIsAnEmptyStringNotNull",
+        "[g]\nkey=\nspaced =   \nnext=1\n",
+        {{"g", "key", ""}, {"g", "spaced", ""}, {"g", "next", "1"}},
+    },
+    {
+        "ColonSeparatesLikeEqualsWhicheverComesFirst",
+        "key : value\nurl = http://host:80/x\na:b=c\ntime=12:30\n",
+        {
+            {"", "key", "value"},
+            {"", "url", "http://host:80/x"},
+            {"", "a", "b=c"},
+            {"", "time", "12:30"},
+        },
+    },
+    {
+        "ReturnsDuplicateGroupsAndKeysAllInFileOrder",
+        "[g]\nk=1\nk=2\n[h]\nk=3\n[g]\nk=4\nj=5\n",
+        {{"g", "k", "1"}, {"g", "k", "2"}, {"h", "k", "3"}, {"g", "k", "4"}, {"g", "j", "5"}},
+    },
+    {
+        "SkipsCommentLinesStartingWithSemicolonOrHash",
+        "; c1 = x\n# c2 = y\n[g]\n;k=v\n#k=v\n   ; indented = comment\n\t# too = z\na=1\nb=2\n",
+        {{"g", "a", "1"}, {"g", "b", "2"}},
+    },
+    {
+        "CutsTheLineAtASemicolonAfterWhiteSpace",
+        "[g]\na = 1 ; note\nb = 2\t;note\nc = 1;2\nd = ;note\ne = x #y\nf=p#q\n[h] ; header note\nk=v\n",
+        {
+            {"g", "a", "1"},          // "a = 1 ; note"
+            {"g", "b", "2"},          // tab before ";"
+            {"g", "c", "1;2"},        // no white space before ";": part of the value
+            {"g", "d", ""},           // "d = ;note"
+            {"g", "e", "x #y"},       // "#" inside a line is text
+            {"g", "f", "p#q"},
+            {"h", "k", "v"},          // header with a comment
+        },
+    },
+    {
+        "SemicolonAfterBlankInsideAKeyLeavesNoKeyLine",
+        // "k ;= v" is cut to "k": no separator left, so the line is skipped.
+        "k ;= v\nnext=1\n",
+        {{"", "next", "1"}},
+    },
+    {
+        "SkipsLinesWithoutSeparatorOrKeyAndReadsOn",
+        "[g]\na=1\nno separator here\n=nokey\n  : nokey either\nb=2\n]\nc=3\n",
+        {{"g", "a", "1"}, {"g", "b", "2"}, {"g", "c", "3"}},
+    },
+    {
+        "HeaderWithTextAfterTheBracketIsMalformed",
+        "a=1\n[g] x\nb=2\n[g]]\nb=2\n[ok]\nc=3\n",
+        {{"", "a", "1"}, {"ok", "c", "3"}},
+    },
+    {
+        "CrlfLineEndsLeaveNoCarriageReturn",
+        "[g]\r\nk = v\r\ne =\r\n; c\r\n[h] \r\nj=w\r\n",
+        {{"g", "k", "v"}, {"g", "e", ""}, {"h", "j", "w"}},
+    },
+    {
+        "SkipsAByteOrderMarkAtTheStart",
+        "\xEF\xBB\xBF[g]\nk=v\n",
+        {{"g", "k", "v"}},
+    },
+};
+
+class InikitText : public ::testing::TestWithParam<ParseCase> {};
+
+TEST_P(InikitText, GivesExactlyTheExpectedEntriesInFileOrder) {
     TempRoot root;
-    const std::vector<Entry> expected = {
-        {"channel_3", "center_pan", "12.500000"},
-        {"channel_3", "center_tilt", "-3.250000"},
-        {"channel_3", "calibration_status", "1"},
-        {"channel_3", "auto_calibrated", "0"},
-        {"lens_fov", "vfov", "45.5"},
-    };
-    EXPECT_EQ(parse(root,
-                    "[channel_3]\ncenter_pan = 12.500000\ncenter_tilt = -3.250000\n"
-                    "calibration_status = 1\nauto_calibrated = 0\n[lens_fov]\nvfov = 45.5\n"),
-              expected);
+    EXPECT_EQ(parse(root, GetParam().text), GetParam().expected);
 }
 
-TEST(Inikit, KeepsSemicolonsInsideMisalignmentValues) {
-    TempRoot root;
-    const std::vector<Entry> expected = {
-        {"", "PTZCAL_MECH_OFFSET", "5,-5"},
-        {"", "PTZCAL_OPT_OFFSET", "1,0,0;100,0,0"},
-        {"", "PAN_ROTATION_STEPS", "36000"},
-    };
-    EXPECT_EQ(parse(root, "PTZCAL_MECH_OFFSET=5,-5\nPTZCAL_OPT_OFFSET=1,0,0;100,0,0\nPAN_ROTATION_STEPS=36000\n"), expected);
-}
-
-TEST(Inikit, EntriesBeforeAnyHeaderHaveTheEmptyGroup) {
-    TempRoot root;
-    const std::vector<Entry> expected = {{"", "a", "1"}, {"g", "b", "2"}};
-    EXPECT_EQ(parse(root, "a = 1\n[g]\nb = 2\n"), expected);
-}
-
-TEST(Inikit, StripsBlanksAroundKeyValueAndGroupName) {
-    TempRoot root;
-    const std::vector<Entry> expected = {
-        {"group", "key", "some value"},
-        {"group", "tabbed", "x"},
-        {"", "empty", "y"},
-        {"a b", "k", "v"},
-    };
-    EXPECT_EQ(parse(root, "[ group ]\n  key   =   some value   \n\ttabbed\t=\tx\t\n[]\nempty=y\n[\ta b\t]\nk=v\n"), expected);
-}
-
-TEST(Inikit, EmptyValueIsAnEmptyStringNotNull) {
-    TempRoot root;
-    const std::vector<Entry> expected = {{"g", "key", ""}, {"g", "spaced", ""}, {"g", "next", "1"}};
-    EXPECT_EQ(parse(root, "[g]\nkey=\nspaced =   \nnext=1\n"), expected);
-}
-
-TEST(Inikit, ColonSeparatesLikeEqualsWhicheverComesFirst) {
-    TempRoot root;
-    const std::vector<Entry> expected = {
-        {"", "key", "value"},
-        {"", "url", "http://host:80/x"},
-        {"", "a", "b=c"},
-        {"", "time", "12:30"},
-    };
-    EXPECT_EQ(parse(root, "key : value\nurl = http://host:80/x\na:b=c\ntime=12:30\n"), expected);
-}
-
-TEST(Inikit, ReturnsDuplicateGroupsAndKeysAllInFileOrder) {
-    TempRoot root;
-    const std::vector<Entry> expected = {
-        {"g", "k", "1"}, {"g", "k", "2"}, {"h", "k", "3"}, {"g", "k", "4"}, {"g", "j", "5"},
-    };
-    EXPECT_EQ(parse(root, "[g]\nk=1\nk=2\n[h]\nk=3\n[g]\nk=4\nj=5\n"), expected);
-}
-
-// ---- Comments ----------------------------------------------------------------
-
-TEST(Inikit, SkipsCommentLinesStartingWithSemicolonOrHash) {
-    TempRoot root;
-    const std::vector<Entry> expected = {{"g", "a", "1"}, {"g", "b", "2"}};
-    EXPECT_EQ(parse(root, "; c1 = x\n# c2 = y\n[g]\n;k=v\n#k=v\n   ; indented = comment\n\t# too = z\na=1\nb=2\n"), expected);
-}
-
-TEST(Inikit, CutsTheLineAtASemicolonAfterWhiteSpace) {
-    TempRoot root;
-    const std::vector<Entry> expected = {
-        {"g", "a", "1"},          // "a = 1 ; note"
-        {"g", "b", "2"},          // tab before ";"
-        {"g", "c", "1;2"},        // no white space before ";": part of the value
-        {"g", "d", ""},           // "d = ;note"
-        {"g", "e", "x #y"},       // "#" inside a line is text
-        {"g", "f", "p#q"},
-        {"h", "k", "v"},          // header with a comment
-    };
-    EXPECT_EQ(parse(root, "[g]\na = 1 ; note\nb = 2\t;note\nc = 1;2\nd = ;note\ne = x #y\nf=p#q\n[h] ; header note\nk=v\n"),
-              expected);
-}
-
-TEST(Inikit, SemicolonAfterBlankInsideAKeyLeavesNoKeyLine) {
-    TempRoot root;
-    // "k ;= v" is cut to "k": no separator left, so the line is skipped.
-    const std::vector<Entry> expected = {{"", "next", "1"}};
-    EXPECT_EQ(parse(root, "k ;= v\nnext=1\n"), expected);
-}
+INSTANTIATE_TEST_SUITE_P(Inikit, InikitText, ::testing::ValuesIn(kParseCases),
+                         [](const ::testing::TestParamInfo<ParseCase> &info) { return std::string(info.param.name); });
 
 // ---- Malformed lines ---------------------------------------------------------
-
-TEST(Inikit, SkipsLinesWithoutSeparatorOrKeyAndReadsOn) {
-    TempRoot root;
-    const std::vector<Entry> expected = {{"g", "a", "1"}, {"g", "b", "2"}, {"g", "c", "3"}};
-    EXPECT_EQ(parse(root, "[g]\na=1\nno separator here\n=nokey\n  : nokey either\nb=2\n]\nc=3\n"), expected);
-}
 
 TEST(Inikit, EntriesAfterAnUnclosedHeaderAreDroppedUntilTheNextGoodOne) {
     TempRoot root;
@@ -189,12 +208,6 @@ TEST(Inikit, EntriesAfterAnUnclosedHeaderAreDroppedUntilTheNextGoodOne) {
     const std::vector<Entry> expected = {{"channel_1", "center_pan", "1"}, {"channel_3", "center_pan", "7"}};
     EXPECT_EQ(parse(root, text), expected);
     EXPECT_EQ(raw_libinih(text)[1], (Entry{"channel_1", "center_pan", "5"}));
-}
-
-TEST(Inikit, HeaderWithTextAfterTheBracketIsMalformed) {
-    TempRoot root;
-    const std::vector<Entry> expected = {{"", "a", "1"}, {"ok", "c", "3"}};
-    EXPECT_EQ(parse(root, "a=1\n[g] x\nb=2\n[g]]\nb=2\n[ok]\nc=3\n"), expected);
 }
 
 // ---- Indentation -------------------------------------------------------------
@@ -275,18 +288,6 @@ TEST(Inikit, EmptyFileLoadsWithNoEntries) {
     TempRoot root;
     EXPECT_TRUE(parse(root, "").empty());
     EXPECT_TRUE(parse(root, "\n\n  \n; only comments\n").empty());
-}
-
-TEST(Inikit, CrlfLineEndsLeaveNoCarriageReturn) {
-    TempRoot root;
-    const std::vector<Entry> expected = {{"g", "k", "v"}, {"g", "e", ""}, {"h", "j", "w"}};
-    EXPECT_EQ(parse(root, "[g]\r\nk = v\r\ne =\r\n; c\r\n[h] \r\nj=w\r\n"), expected);
-}
-
-TEST(Inikit, SkipsAByteOrderMarkAtTheStart) {
-    TempRoot root;
-    const std::vector<Entry> expected = {{"g", "k", "v"}};
-    EXPECT_EQ(parse(root, "\xEF\xBB\xBF[g]\nk=v\n"), expected);
 }
 
 TEST(Inikit, DropsLinesHoldingNulBytesAndReadsOn) {
