@@ -222,7 +222,8 @@ TEST_F(Compensation, AboveHalfTheDynamicRangeOfTheFloatAWordMovesByOneUnit) {
 
 TEST_F(Compensation, DefaultDataFileReturnsTheInput) {
     root.write(kDataFile, "PTZCAL_MECH_OFFSET=0,0\nPAN_ROTATION_STEPS=36000\nTILT_ROTATION_STEPS=36000\n");
-    viewgeo_context *c = viewgeo_context_create();
+    const testing::View c_view;
+    viewgeo_context *c = c_view.get();
     ASSERT_EQ(c->mo_state, 1);
     ASSERT_EQ(c->mo_count, 2);
     std::mt19937 rng(8u);
@@ -235,7 +236,6 @@ TEST_F(Compensation, DefaultDataFileReturnsTheInput) {
         EXPECT_EQ(p, pan);
         EXPECT_EQ(t, tilt);
     }
-    viewgeo_context_delete(c);
 }
 
 TEST_F(Compensation, DataFileWrittenAfterCreationIsApplied) {

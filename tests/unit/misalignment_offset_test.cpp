@@ -279,7 +279,8 @@ TEST_F(MisalignmentOffset, StepsTurnIntoDegreesInSinglePrecision) {
 TEST(MisalignmentOffsetFile, DefaultDataGiveZeroOffsets) {
     TempRoot root;
     root.write(kDataFile, "PTZCAL_MECH_OFFSET=0,0\nPAN_ROTATION_STEPS=36000\nTILT_ROTATION_STEPS=36000\n");
-    viewgeo_context *ctx = viewgeo_context_create();
+    const testing::View ctx_view;
+    viewgeo_context *ctx = ctx_view.get();
     ASSERT_EQ(ctx->mo_state, 1);
     for (int32_t zoom : {deg(-1), deg(1), deg(50), deg(100), deg(1000)}) {
         int32_t p = -1;
@@ -288,12 +289,12 @@ TEST(MisalignmentOffsetFile, DefaultDataGiveZeroOffsets) {
         EXPECT_EQ(p, 0);
         EXPECT_EQ(t, 0);
     }
-    viewgeo_context_delete(ctx);
 }
 
 TEST(MisalignmentOffsetFile, FileWrittenAfterCreationIsUsedByTheNextQuery) {
     TempRoot root;
-    viewgeo_context *ctx = viewgeo_context_create();
+    const testing::View ctx_view;
+    viewgeo_context *ctx = ctx_view.get();
     int32_t p = -1;
     int32_t t = -1;
     viewgeo_get_misalignment_offset(ctx, deg(10), 0, &p, &t);
@@ -308,20 +309,19 @@ TEST(MisalignmentOffsetFile, FileWrittenAfterCreationIsUsedByTheNextQuery) {
     viewgeo_get_misalignment_offset(ctx, deg(11), 0, &p, &t);
     EXPECT_EQ(p, deg(13));
     EXPECT_EQ(t, -deg(13) / 2);
-    viewgeo_context_delete(ctx);
 }
 
 TEST(MisalignmentOffsetFile, MalformedFileGivesZeroOffsets) {
     TempRoot root;
     root.write(kDataFile, "PTZCAL_MECH_OFFSET=two,three\nPTZCAL_OPT_OFFSET=1;2;3\n\x01\x02\xff garbage\n");
-    viewgeo_context *ctx = viewgeo_context_create();
+    const testing::View ctx_view;
+    viewgeo_context *ctx = ctx_view.get();
     EXPECT_EQ(ctx->mo_state, 2);
     int32_t p = -1;
     int32_t t = -1;
     viewgeo_get_misalignment_offset(ctx, deg(10), 0, &p, &t);
     EXPECT_EQ(p, 0);
     EXPECT_EQ(t, 0);
-    viewgeo_context_delete(ctx);
 }
 
 TEST(MisalignmentOffsetFile, FileTableAgainstTheReference) {
@@ -330,7 +330,8 @@ TEST(MisalignmentOffsetFile, FileTableAgainstTheReference) {
                "PTZCAL_MECH_OFFSET=-37,81\n"
                "PTZCAL_OPT_OFFSET=1,5,-3;2.5,17,-9;7.25,-4,22;12,30,1;30.5,-60,45\n"
                "PAN_ROTATION_STEPS=115200\nTILT_ROTATION_STEPS=57600\n");
-    viewgeo_context *ctx = viewgeo_context_create();
+    const testing::View ctx_view;
+    viewgeo_context *ctx = ctx_view.get();
     ASSERT_EQ(ctx->mo_count, 5);
     const std::vector<RefEntry> t = testing::ref_table({{1, 5, -3}, {2.5, 17, -9}, {7.25, -4, 22}, {12, 30, 1}, {30.5, -60, 45}}, -37, 81);
     std::mt19937 rng(11u);
@@ -344,7 +345,6 @@ TEST(MisalignmentOffsetFile, FileTableAgainstTheReference) {
         EXPECT_EQ(p, r.pan) << zoom << " " << tilt;
         EXPECT_EQ(q, r.tilt) << zoom << " " << tilt;
     }
-    viewgeo_context_delete(ctx);
 }
 
 }  // namespace
