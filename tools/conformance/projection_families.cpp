@@ -74,7 +74,15 @@ Family projection_float_family() {
                      viewgeo_to_pixel_f(&ctx, &x, &y, from_bits(in[kA]), from_bits(in[kB]));
                      return Words{word(x), word(y)};
                  },
-                 sample_direction_f, 1500},
+                 sample_direction_f, 1500,
+                 [](const Words &in) {
+                     const viewgeo_context ctx = view_of(in, 0);
+                     return through_array<float, std::int32_t, std::int32_t>(
+                         from_bits(in[kA]), from_bits(in[kB]),
+                         [&](std::size_t n, const float *pan, const float *tilt, std::int32_t *x, std::int32_t *y) {
+                             viewgeo_to_pixel_f_array(&ctx, n, pan, tilt, x, y);
+                         });
+                 }},
                 {"to_ptz_f", "iiiiiiiiiiii", "ff",
                  [](const Words &in) {
                      const viewgeo_context ctx = view_of(in, 0);
@@ -82,7 +90,15 @@ Family projection_float_family() {
                      viewgeo_to_ptz_f(&ctx, &pan, &tilt, int_of(in[kA]), int_of(in[kB]));
                      return Words{bits(pan), bits(tilt)};
                  },
-                 sample_pixel_args, 1500},
+                 sample_pixel_args, 1500,
+                 [](const Words &in) {
+                     const viewgeo_context ctx = view_of(in, 0);
+                     return through_array<std::int32_t, float, float>(
+                         int_of(in[kA]), int_of(in[kB]),
+                         [&](std::size_t n, const std::int32_t *x, const std::int32_t *y, float *pan, float *tilt) {
+                             viewgeo_to_ptz_f_array(&ctx, n, x, y, pan, tilt);
+                         });
+                 }},
                 {"to_ptz_f_rel", "iiiiiiiiiiii", "ff",
                  [](const Words &in) {
                      const viewgeo_context ctx = view_of(in, 0);
@@ -90,7 +106,15 @@ Family projection_float_family() {
                      viewgeo_to_ptz_f_rel(&ctx, &pan, &tilt, int_of(in[kA]), int_of(in[kB]));
                      return Words{bits(pan), bits(tilt)};
                  },
-                 sample_pixel_args, 1500},
+                 sample_pixel_args, 1500,
+                 [](const Words &in) {
+                     const viewgeo_context ctx = view_of(in, 0);
+                     return through_array<std::int32_t, float, float>(
+                         int_of(in[kA]), int_of(in[kB]),
+                         [&](std::size_t n, const std::int32_t *x, const std::int32_t *y, float *pan, float *tilt) {
+                             viewgeo_to_ptz_f_rel_array(&ctx, n, x, y, pan, tilt);
+                         });
+                 }},
             }};
 }
 
@@ -105,7 +129,15 @@ Family projection_fixed_family() {
                      viewgeo_to_pixel_x(&ctx, &x, &y, int_of(in[kA]), int_of(in[kB]));
                      return Words{word(x), word(y)};
                  },
-                 sample_direction_x, 1500},
+                 sample_direction_x, 1500,
+                 [](const Words &in) {
+                     const viewgeo_context ctx = view_of(in, 0);
+                     return through_array<std::int32_t, std::int32_t, std::int32_t>(
+                         int_of(in[kA]), int_of(in[kB]),
+                         [&](std::size_t n, const std::int32_t *pan, const std::int32_t *tilt, std::int32_t *x, std::int32_t *y) {
+                             viewgeo_to_pixel_x_array(&ctx, n, pan, tilt, x, y);
+                         });
+                 }},
                 {"to_ptz_x", "iiiiiiiiiiii", "ii",
                  [](const Words &in) {
                      const viewgeo_context ctx = view_of(in, 0);
@@ -113,7 +145,15 @@ Family projection_fixed_family() {
                      viewgeo_to_ptz_x(&ctx, &pan, &tilt, int_of(in[kA]), int_of(in[kB]));
                      return Words{word(pan), word(tilt)};
                  },
-                 sample_pixel_args, 1500},
+                 sample_pixel_args, 1500,
+                 [](const Words &in) {
+                     const viewgeo_context ctx = view_of(in, 0);
+                     return through_array<std::int32_t, std::int32_t, std::int32_t>(
+                         int_of(in[kA]), int_of(in[kB]),
+                         [&](std::size_t n, const std::int32_t *x, const std::int32_t *y, std::int32_t *pan, std::int32_t *tilt) {
+                             viewgeo_to_ptz_x_array(&ctx, n, x, y, pan, tilt);
+                         });
+                 }},
                 {"to_ptz_x_rel", "iiiiiiiiiiii", "ii",
                  [](const Words &in) {
                      const viewgeo_context ctx = view_of(in, 0);
@@ -121,7 +161,15 @@ Family projection_fixed_family() {
                      viewgeo_to_ptz_x_rel(&ctx, &pan, &tilt, int_of(in[kA]), int_of(in[kB]));
                      return Words{word(pan), word(tilt)};
                  },
-                 sample_pixel_args, 1500},
+                 sample_pixel_args, 1500,
+                 [](const Words &in) {
+                     const viewgeo_context ctx = view_of(in, 0);
+                     return through_array<std::int32_t, std::int32_t, std::int32_t>(
+                         int_of(in[kA]), int_of(in[kB]),
+                         [&](std::size_t n, const std::int32_t *x, const std::int32_t *y, std::int32_t *pan, std::int32_t *tilt) {
+                             viewgeo_to_ptz_x_rel_array(&ctx, n, x, y, pan, tilt);
+                         });
+                 }},
             }};
 }
 
