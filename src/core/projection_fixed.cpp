@@ -80,9 +80,7 @@ LinearViewX prepare_linear_view_x(const viewgeo_context &ctx) {
     view.fold_height = static_cast<std::int16_t>(static_cast<std::uint16_t>(ctx.pic_height));
     view.width = pixels_to_q16(ctx.pic_width);
     view.height = pixels_to_q16(ctx.pic_height);
-    view.pic_width = ctx.pic_width;
-    view.pic_height = ctx.pic_height;
-    view.pic_rot = ctx.pic_rot;
+    view.picture = picture_of(ctx);
     return view;
 }
 
@@ -90,7 +88,7 @@ LinearViewX prepare_linear_view_x(const viewgeo_context &ctx) {
 PanTiltX linear_direction_of_pixel_x(const LinearViewX &view, std::int32_t x, std::int32_t y) {
     // Undo the picture rotation. Only the row is folded; the column is only
     // clamped, from above, like the row.
-    const Pixel unrotated = rotate_out_of_picture(view.pic_rot, x, y, view.pic_width, view.pic_height);
+    const Pixel unrotated = rotate_out_of_picture(view.picture.rot, x, y, view.picture.width, view.picture.height);
     const std::int32_t iy = fold_row(unrotated.y, view.fold_height);
     const q16 fx = std::min(pixels_to_q16(unrotated.x), view.width);
     const q16 fy = std::min(pixels_to_q16(iy), view.height);
@@ -117,10 +115,7 @@ PixelViewX prepare_pixel_view_x(const viewgeo_context &ctx) {
     const q16 c_rad = q16_deg_to_rad(ctx.tilt);
     view.camera_tilt_cos = cos_x(c_rad);
     view.camera_tilt_sin = sin_x(c_rad);
-    view.projection_type = ctx.projection_type;
-    view.pic_width = ctx.pic_width;
-    view.pic_height = ctx.pic_height;
-    view.pic_rot = ctx.pic_rot;
+    view.picture = picture_of(ctx);
     // Fields of view; a zero one has no geometry.
     const q16 vfov = vertical_fov_x(ctx);
     const q16 hfov = ctx.horiz_fov;
@@ -182,7 +177,7 @@ Pixel pixel_of_direction_x(const PixelViewX &view, q16 pan, q16 tilt) {
     // Lens model: small-angle rule, otherwise rescale the ray to the lens
     // value of its angle. S = 0 (on the axis) keeps the ray as it is.
     if (!(theta < kQ16SmallAngle || s == 0)) {
-        const q16 g = q16_from_float(lens_value(view.projection_type, q16_to_float(theta)));
+        const q16 g = q16_from_float(lens_value(view.picture.lens, q16_to_float(theta)));
         x = q16_mul(g, q16_div(x, s));
         y = q16_mul(g, q16_div(y, s));
     }
@@ -194,20 +189,17 @@ Pixel pixel_of_direction_x(const PixelViewX &view, q16 pan, q16 tilt) {
     const q16 cx = std::clamp(wrap_add(q16_div(u, kQ16Two), kQ16Half), -kQ16Ten, kQ16Ten);
     const q16 cy = std::clamp(wrap_sub(kQ16Half, q16_div(v, kQ16Two)), -kQ16Ten, kQ16Ten);
     // Whole pixels; the shift rounds toward minus infinity.
-    const std::int32_t px = q16_mul(pixels_to_q16(view.pic_width), cx) >> 16;
-    const std::int32_t py = q16_mul(pixels_to_q16(view.pic_height), cy) >> 16;
+    const std::int32_t px = q16_mul(pixels_to_q16(view.picture.width), cx) >> 16;
+    const std::int32_t py = q16_mul(pixels_to_q16(view.picture.height), cy) >> 16;
     // Into the delivered picture's rotation.
-    return rotate_into_picture(view.pic_rot, px, py, view.pic_width, view.pic_height);
+    return rotate_into_picture(view.picture.rot, px, py, view.picture.width, view.picture.height);
 }
 
 DirectionViewX prepare_direction_view_x(const viewgeo_context &ctx) {
     DirectionViewX view{};
     view.camera_pan = ctx.pan;
     view.camera_tilt = ctx.tilt;
-    view.projection_type = ctx.projection_type;
-    view.pic_width = ctx.pic_width;
-    view.pic_height = ctx.pic_height;
-    view.pic_rot = ctx.pic_rot;
+    view.picture = picture_of(ctx);
     // Fields of view; a zero one keeps the camera where it is.
     const q16 vfov = vertical_fov_x(ctx);
     const q16 hfov = ctx.horiz_fov;
@@ -238,7 +230,7 @@ PanTiltX direction_of_pixel_x(const DirectionViewX &view, std::int32_t x, std::i
     if (view.degenerate) return {view.camera_pan, view.camera_tilt};
     // Undo the picture rotation, then to Q16.16, clamped from above only; a
     // pixel left of or above the picture is kept.
-    const Pixel unrotated = rotate_out_of_picture(view.pic_rot, x, y, view.pic_width, view.pic_height);
+    const Pixel unrotated = rotate_out_of_picture(view.picture.rot, x, y, view.picture.width, view.picture.height);
     const q16 fx = std::min(pixels_to_q16(unrotated.x), view.width);
     const q16 fy = std::min(pixels_to_q16(unrotated.y), view.height);
     // Normalised coordinates, -1 to +1, v upwards; upside down over the pole.
@@ -254,7 +246,7 @@ PanTiltX direction_of_pixel_x(const DirectionViewX &view, std::int32_t x, std::i
     q16 ry = q16_mul(view.lens_half_v, v);
     const q16 r2 = wrap_add(q16_mul(ry, ry), q16_mul(rx, rx));
     const q16 r = sqrt_x(r2);
-    const q16 theta = q16_from_float(lens_angle(view.projection_type, q16_to_float(r)));
+    const q16 theta = q16_from_float(lens_angle(view.picture.lens, q16_to_float(r)));
     // The ray on the unit sphere; C is its component along the axis.
     q16 c = 0;
     if (theta >= kQ16SmallAngle && r != 0) {
@@ -335,21 +327,15 @@ using namespace viewgeo;
 extern "C" {
 
 VIEWGEO_API void viewgeo_to_pixel_x(const viewgeo_context *ctx, int32_t *x, int32_t *y, int32_t pan, int32_t tilt) {
-    const Pixel pixel = pixel_of_direction_x(prepare_pixel_view_x(*ctx), pan, tilt);
-    *x = pixel.x;
-    *y = pixel.y;
+    store(pixel_of_direction_x(prepare_pixel_view_x(*ctx), pan, tilt), x, y);
 }
 
 VIEWGEO_API void viewgeo_to_ptz_x(const viewgeo_context *ctx, int32_t *pan, int32_t *tilt, int32_t x, int32_t y) {
-    const PanTiltX direction = direction_of_pixel_x(prepare_direction_view_x(*ctx), x, y);
-    *pan = direction.pan;
-    *tilt = direction.tilt;
+    store(direction_of_pixel_x(prepare_direction_view_x(*ctx), x, y), pan, tilt);
 }
 
 VIEWGEO_API void viewgeo_to_ptz_x_rel(const viewgeo_context *ctx, int32_t *pan, int32_t *tilt, int32_t x, int32_t y) {
-    const PanTiltX movement = movement_of_pixel_x(prepare_movement_view_x(*ctx), x, y);
-    *pan = movement.pan;
-    *tilt = movement.tilt;
+    store(movement_of_pixel_x(prepare_movement_view_x(*ctx), x, y), pan, tilt);
 }
 
 VIEWGEO_API void viewgeo_to_pixel_x_array(const viewgeo_context *ctx, size_t n, const int32_t *pan, const int32_t *tilt,

@@ -21,10 +21,7 @@ struct PixelViewX {
     Pixel centre;     // that centre as a Q16.16 value, see pixel_of_direction_x
     q16 lens_half_h;  // lens values of the half fields of view
     q16 lens_half_v;
-    std::int32_t projection_type;
-    std::int32_t pic_width;
-    std::int32_t pic_height;
-    std::int32_t pic_rot;
+    Picture picture;
 };
 
 // The view, prepared for finding the directions of pixels.
@@ -40,10 +37,7 @@ struct DirectionViewX {
     q16 lens_half_v;
     q16 effective_tilt_cos;  // cosine and sine of the tilt the picture is read about
     q16 effective_tilt_sin;
-    std::int32_t projection_type;
-    std::int32_t pic_width;
-    std::int32_t pic_height;
-    std::int32_t pic_rot;
+    Picture picture;
 };
 
 // The view, prepared for the linear mode of dewarped pictures.
@@ -56,9 +50,7 @@ struct LinearViewX {
     std::int32_t fold_height;  // the height rows past the bottom are folded by
     q16 width;                 // picture size in Q16.16
     q16 height;
-    std::int32_t pic_width;
-    std::int32_t pic_height;
-    std::int32_t pic_rot;
+    Picture picture;
 };
 
 // The view, prepared for finding the movements that centre pixels: linear

@@ -59,10 +59,7 @@ PixelViewF prepare_pixel_view_f(const viewgeo_context &ctx) {
     const SinCos cam = sin_cos_deg(q16_to_float(ctx.tilt));
     view.camera_tilt_sin = cam.s;
     view.camera_tilt_cos = cam.c;
-    view.projection_type = ctx.projection_type;
-    view.pic_width = ctx.pic_width;
-    view.pic_height = ctx.pic_height;
-    view.pic_rot = ctx.pic_rot;
+    view.picture = picture_of(ctx);
     // Fields of view; a zero one leaves only the centre of the unrotated
     // picture.
     const float v_fov = vertical_fov_f(ctx);
@@ -117,7 +114,7 @@ Pixel pixel_of_direction_f(const PixelViewF &view, float pan, float tilt) {
     // Lens model: move the ray's image from sin(theta) to g(theta) from the
     // centre. Close to the axis the ray is used as it is.
     if (!(theta < kSmallAngle)) {
-        const float g = lens_value(view.projection_type, theta);
+        const float g = lens_value(view.picture.lens, theta);
         x = (x / s) * g;
         y = (y / s) * g;
     }
@@ -128,8 +125,8 @@ Pixel pixel_of_direction_f(const PixelViewF &view, float pan, float tilt) {
     // Pixel of the unrotated picture.
     const float u_half = u * 0.5f;
     const float v_half = y / view.lens_half_v * 0.5f;
-    const double px_d = (static_cast<double>(u_half) + 0.5) * static_cast<double>(view.pic_width);
-    const double py_d = (0.5 - static_cast<double>(v_half)) * static_cast<double>(view.pic_height);
+    const double px_d = (static_cast<double>(u_half) + 0.5) * static_cast<double>(view.picture.width);
+    const double py_d = (0.5 - static_cast<double>(v_half)) * static_cast<double>(view.picture.height);
 
     // To whole pixels through float, truncating toward zero (values out of
     // the int32 range saturate).
@@ -137,17 +134,14 @@ Pixel pixel_of_direction_f(const PixelViewF &view, float pan, float tilt) {
     const std::int32_t py = trunc_to_int32(static_cast<float>(py_d));
 
     // Into the delivered picture's rotation.
-    return rotate_into_picture(view.pic_rot, px, py, view.pic_width, view.pic_height);
+    return rotate_into_picture(view.picture.rot, px, py, view.picture.width, view.picture.height);
 }
 
 DirectionViewF prepare_direction_view_f(const viewgeo_context &ctx) {
     DirectionViewF view{};
     view.camera_tilt = q16_to_float(ctx.tilt);
     view.camera_pan = q16_to_float(ctx.pan);
-    view.projection_type = ctx.projection_type;
-    view.pic_width = ctx.pic_width;
-    view.pic_height = ctx.pic_height;
-    view.pic_rot = ctx.pic_rot;
+    view.picture = picture_of(ctx);
     // Fields of view; a zero one leaves the camera where it is.
     const float v_fov = vertical_fov_f(ctx);
     const float h_fov = q16_to_float(ctx.horiz_fov);
@@ -183,7 +177,7 @@ PanTiltF direction_of_pixel_f(const DirectionViewF &view, std::int32_t x, std::i
     if (view.degenerate) return {view.camera_pan, t_c};
 
     // Back to the unrotated picture, in integers, then as float.
-    const Pixel un = rotate_out_of_picture(view.pic_rot, x, y, view.pic_width, view.pic_height);
+    const Pixel un = rotate_out_of_picture(view.picture.rot, x, y, view.picture.width, view.picture.height);
     float fx = static_cast<float>(un.x);
     float fy = static_cast<float>(un.y);
 
@@ -209,12 +203,12 @@ PanTiltF direction_of_pixel_f(const DirectionViewF &view, std::int32_t x, std::i
     float ray_y;
     float r;
     float theta;
-    if (view.projection_type == kLensSine) {
+    if (view.picture.lens == kLensSine) {
         ray_x = view.scale_h * u;
         ray_y = view.scale_v * v;
         r = std::sqrt(ray_x * ray_x + ray_y * ray_y);
         theta = static_cast<float>(std::asin(static_cast<double>(r)));
-    } else if (view.projection_type == kLensEquidistant) {
+    } else if (view.picture.lens == kLensEquidistant) {
         ray_x = view.scale_h * u;
         ray_y = v * view.scale_v;
         r = std::sqrt(ray_y * ray_y + ray_x * ray_x);
@@ -320,21 +314,15 @@ using namespace viewgeo;
 extern "C" {
 
 VIEWGEO_API void viewgeo_to_pixel_f(const viewgeo_context *ctx, int32_t *x, int32_t *y, float pan, float tilt) {
-    const Pixel pixel = pixel_of_direction_f(prepare_pixel_view_f(*ctx), pan, tilt);
-    *x = pixel.x;
-    *y = pixel.y;
+    store(pixel_of_direction_f(prepare_pixel_view_f(*ctx), pan, tilt), x, y);
 }
 
 VIEWGEO_API void viewgeo_to_ptz_f(const viewgeo_context *ctx, float *pan, float *tilt, int32_t x, int32_t y) {
-    const PanTiltF direction = direction_of_pixel_f(prepare_direction_view_f(*ctx), x, y);
-    *pan = direction.pan;
-    *tilt = direction.tilt;
+    store(direction_of_pixel_f(prepare_direction_view_f(*ctx), x, y), pan, tilt);
 }
 
 VIEWGEO_API void viewgeo_to_ptz_f_rel(const viewgeo_context *ctx, float *pan, float *tilt, int32_t x, int32_t y) {
-    const PanTiltF movement = movement_of_pixel_f(prepare_movement_view_f(*ctx), x, y);
-    *pan = movement.pan;
-    *tilt = movement.tilt;
+    store(movement_of_pixel_f(prepare_movement_view_f(*ctx), x, y), pan, tilt);
 }
 
 VIEWGEO_API void viewgeo_to_pixel_f_array(const viewgeo_context *ctx, size_t n, const float *pan, const float *tilt,

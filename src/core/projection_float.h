@@ -19,10 +19,7 @@ struct PixelViewF {
     Pixel centre;     // that centre, unrotated
     float lens_half_h;  // lens values of the half fields of view
     float lens_half_v;
-    std::int32_t projection_type;
-    std::int32_t pic_width;
-    std::int32_t pic_height;
-    std::int32_t pic_rot;
+    Picture picture;
 };
 
 // The view, prepared for finding the directions of pixels.
@@ -37,10 +34,7 @@ struct DirectionViewF {
     float scale_v;
     float effective_tilt_cos;  // cosine and sine of the tilt the picture is read about
     float effective_tilt_sin;
-    std::int32_t projection_type;
-    std::int32_t pic_width;
-    std::int32_t pic_height;
-    std::int32_t pic_rot;
+    Picture picture;
 };
 
 // The view, prepared for finding the movements that centre pixels.

@@ -16,6 +16,7 @@
 #include <cstdint>
 
 #include "core/q16.h"
+#include "viewgeo.h"
 
 namespace viewgeo {
 
@@ -36,6 +37,28 @@ struct PanTiltX {
     q16 pan;
     q16 tilt;
 };
+
+// The picture a view delivers and the lens model it was taken with, as the
+// point stages read them.
+struct Picture {
+    std::int32_t width;
+    std::int32_t height;
+    std::int32_t rot;
+    std::int32_t lens;  // projection_type
+};
+
+inline Picture picture_of(const viewgeo_context &ctx) {
+    return {ctx.pic_width, ctx.pic_height, ctx.pic_rot, ctx.projection_type};
+}
+
+// Writes the two halves of a single point's result through the caller's
+// pointers.
+template <class R, class A, class B>
+void store(const R &result, A *a, B *b) {
+    const auto [first, second] = result;
+    *a = first;
+    *b = second;
+}
 
 // Runs the point stage `point(view, a[i], b[i])` for i < n and writes the
 // two halves of each result to out_a[i] and out_b[i]. Both inputs of a point

@@ -110,16 +110,6 @@ Pixel pixel_of_direction(const OverviewView &view, float pan, float tilt) {
     return {trunc_to_int32(roundf((view.centre_x + dx) + ex)), trunc_to_int32(roundf((view.centre_y + dy) + ey))};
 }
 
-void store(PanTiltF direction, float *pan, float *tilt) {
-    *pan = direction.pan;
-    *tilt = direction.tilt;
-}
-
-void store(Pixel pixel, int *x, int *y) {
-    *x = pixel.x;
-    *y = pixel.y;
-}
-
 }  // namespace
 }  // namespace viewgeo
 
