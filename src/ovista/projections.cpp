@@ -1,7 +1,7 @@
 // Overview pixel to PTZ pan/tilt and back, for the equidistant fisheye: the
 // angle from the lens axis grows linearly with the distance from the centre
 // of the circle. Single precision (the float functions of libm) unless a
-// step says double.
+// comment says double.
 #include <bit>
 #include <cstdint>
 #include <math.h>
