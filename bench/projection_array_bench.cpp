@@ -106,42 +106,21 @@ void run(benchmark::State &state, const Form<In, Out> &form, bool array, const s
     set_per_point(state, n);
 }
 
-const Form<float, std::int32_t> kToPixelF{
-    [](const View &v, float p, float t, std::int32_t *x, std::int32_t *y) { viewgeo_to_pixel_f(&v.ctx, x, y, p, t); },
-    [](const View &v, std::size_t n, const float *p, const float *t, std::int32_t *x, std::int32_t *y) {
-        viewgeo_to_pixel_f_array(&v.ctx, n, p, t, x, y);
-    }};
-const Form<std::int32_t, float> kToPtzF{
-    [](const View &v, std::int32_t x, std::int32_t y, float *p, float *t) { viewgeo_to_ptz_f(&v.ctx, p, t, x, y); },
-    [](const View &v, std::size_t n, const std::int32_t *x, const std::int32_t *y, float *p, float *t) {
-        viewgeo_to_ptz_f_array(&v.ctx, n, x, y, p, t);
-    }};
-const Form<std::int32_t, float> kToPtzFRel{
-    [](const View &v, std::int32_t x, std::int32_t y, float *p, float *t) { viewgeo_to_ptz_f_rel(&v.ctx, p, t, x, y); },
-    [](const View &v, std::size_t n, const std::int32_t *x, const std::int32_t *y, float *p, float *t) {
-        viewgeo_to_ptz_f_rel_array(&v.ctx, n, x, y, p, t);
-    }};
-const Form<std::int32_t, std::int32_t> kToPixelX{
-    [](const View &v, std::int32_t p, std::int32_t t, std::int32_t *x, std::int32_t *y) {
-        viewgeo_to_pixel_x(&v.ctx, x, y, p, t);
-    },
-    [](const View &v, std::size_t n, const std::int32_t *p, const std::int32_t *t, std::int32_t *x, std::int32_t *y) {
-        viewgeo_to_pixel_x_array(&v.ctx, n, p, t, x, y);
-    }};
-const Form<std::int32_t, std::int32_t> kToPtzX{
-    [](const View &v, std::int32_t x, std::int32_t y, std::int32_t *p, std::int32_t *t) {
-        viewgeo_to_ptz_x(&v.ctx, p, t, x, y);
-    },
-    [](const View &v, std::size_t n, const std::int32_t *x, const std::int32_t *y, std::int32_t *p, std::int32_t *t) {
-        viewgeo_to_ptz_x_array(&v.ctx, n, x, y, p, t);
-    }};
-const Form<std::int32_t, std::int32_t> kToPtzXRel{
-    [](const View &v, std::int32_t x, std::int32_t y, std::int32_t *p, std::int32_t *t) {
-        viewgeo_to_ptz_x_rel(&v.ctx, p, t, x, y);
-    },
-    [](const View &v, std::size_t n, const std::int32_t *x, const std::int32_t *y, std::int32_t *p, std::int32_t *t) {
-        viewgeo_to_ptz_x_rel_array(&v.ctx, n, x, y, p, t);
-    }};
+// The projections of the PTZ view, whose single-point forms take the
+// outputs first and the inputs last, as template arguments.
+template <class In, class Out, void (*Single)(const viewgeo_context *, Out *, Out *, In, In),
+          void (*Array)(const viewgeo_context *, std::size_t, const In *, const In *, Out *, Out *)>
+constexpr Form<In, Out> view_form() {
+    return {[](const View &v, In a, In b, Out *p, Out *q) { Single(&v.ctx, p, q, a, b); },
+            [](const View &v, std::size_t n, const In *a, const In *b, Out *p, Out *q) { Array(&v.ctx, n, a, b, p, q); }};
+}
+
+const auto kToPixelF = view_form<float, std::int32_t, viewgeo_to_pixel_f, viewgeo_to_pixel_f_array>();
+const auto kToPtzF = view_form<std::int32_t, float, viewgeo_to_ptz_f, viewgeo_to_ptz_f_array>();
+const auto kToPtzFRel = view_form<std::int32_t, float, viewgeo_to_ptz_f_rel, viewgeo_to_ptz_f_rel_array>();
+const auto kToPixelX = view_form<std::int32_t, std::int32_t, viewgeo_to_pixel_x, viewgeo_to_pixel_x_array>();
+const auto kToPtzX = view_form<std::int32_t, std::int32_t, viewgeo_to_ptz_x, viewgeo_to_ptz_x_array>();
+const auto kToPtzXRel = view_form<std::int32_t, std::int32_t, viewgeo_to_ptz_x_rel, viewgeo_to_ptz_x_rel_array>();
 const Form<std::int32_t, float> kOvistaToPtzF{
     [](const View &v, std::int32_t x, std::int32_t y, float *p, float *t) {
         viewgeo_ovista_to_ptz_f(&v.overview, &v.ctx, p, t, x, y);

@@ -66,11 +66,7 @@ void store(const R &result, A *a, B *b) {
 template <class View, class In, class OutA, class OutB, class Point>
 void project_each(const View &view, std::size_t n, const In *a, const In *b, OutA *out_a, OutB *out_b,
                   Point point) {
-    for (std::size_t i = 0; i < n; ++i) {
-        const auto [first, second] = point(view, a[i], b[i]);
-        out_a[i] = first;
-        out_b[i] = second;
-    }
+    for (std::size_t i = 0; i < n; ++i) store(point(view, a[i], b[i]), &out_a[i], &out_b[i]);
 }
 
 }  // namespace viewgeo

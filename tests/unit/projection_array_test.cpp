@@ -106,6 +106,18 @@ void expect_array_matches_single(std::size_t n, const std::vector<In> &a, const 
     EXPECT_TRUE(same_bits(one_b, all_b)) << what << ", n = " << n;
 }
 
+// The same for a projection of the PTZ view, whose single-point form takes
+// the outputs first and the inputs last.
+template <class In, class Out>
+void expect_view_array_matches(const viewgeo_context *ctx, std::size_t n, const std::vector<In> &a,
+                               const std::vector<In> &b, void (*single)(const viewgeo_context *, Out *, Out *, In, In),
+                               void (*array)(const viewgeo_context *, std::size_t, const In *, const In *, Out *, Out *),
+                               const char *what) {
+    expect_array_matches_single<In, Out>(
+        n, a, b, [&](In x, In y, Out *p, Out *q) { single(ctx, p, q, x, y); },
+        [&](std::size_t k, const In *x, const In *y, Out *p, Out *q) { array(ctx, k, x, y, p, q); }, what);
+}
+
 TEST(ProjectionArray, EveryElementHasTheBitsOfTheSinglePointCall) {
     Draw d(20261123u);
     for (int view = 0; view < kViews; ++view) {
@@ -125,46 +137,12 @@ TEST(ProjectionArray, EveryElementHasTheBitsOfTheSinglePointCall) {
                 px[i] = d.pixel(ctx.pic_width);
                 py[i] = d.pixel(ctx.pic_height);
             }
-            const viewgeo_context *c = &ctx;
-            expect_array_matches_single<float, std::int32_t>(
-                n, pan_f, tilt_f, [c](float p, float t, std::int32_t *x, std::int32_t *y) { viewgeo_to_pixel_f(c, x, y, p, t); },
-                [c](std::size_t k, const float *p, const float *t, std::int32_t *x, std::int32_t *y) {
-                    viewgeo_to_pixel_f_array(c, k, p, t, x, y);
-                },
-                "viewgeo_to_pixel_f");
-            expect_array_matches_single<std::int32_t, float>(
-                n, px, py, [c](std::int32_t x, std::int32_t y, float *p, float *t) { viewgeo_to_ptz_f(c, p, t, x, y); },
-                [c](std::size_t k, const std::int32_t *x, const std::int32_t *y, float *p, float *t) {
-                    viewgeo_to_ptz_f_array(c, k, x, y, p, t);
-                },
-                "viewgeo_to_ptz_f");
-            expect_array_matches_single<std::int32_t, float>(
-                n, px, py, [c](std::int32_t x, std::int32_t y, float *p, float *t) { viewgeo_to_ptz_f_rel(c, p, t, x, y); },
-                [c](std::size_t k, const std::int32_t *x, const std::int32_t *y, float *p, float *t) {
-                    viewgeo_to_ptz_f_rel_array(c, k, x, y, p, t);
-                },
-                "viewgeo_to_ptz_f_rel");
-            expect_array_matches_single<std::int32_t, std::int32_t>(
-                n, pan_x, tilt_x,
-                [c](std::int32_t p, std::int32_t t, std::int32_t *x, std::int32_t *y) { viewgeo_to_pixel_x(c, x, y, p, t); },
-                [c](std::size_t k, const std::int32_t *p, const std::int32_t *t, std::int32_t *x, std::int32_t *y) {
-                    viewgeo_to_pixel_x_array(c, k, p, t, x, y);
-                },
-                "viewgeo_to_pixel_x");
-            expect_array_matches_single<std::int32_t, std::int32_t>(
-                n, px, py,
-                [c](std::int32_t x, std::int32_t y, std::int32_t *p, std::int32_t *t) { viewgeo_to_ptz_x(c, p, t, x, y); },
-                [c](std::size_t k, const std::int32_t *x, const std::int32_t *y, std::int32_t *p, std::int32_t *t) {
-                    viewgeo_to_ptz_x_array(c, k, x, y, p, t);
-                },
-                "viewgeo_to_ptz_x");
-            expect_array_matches_single<std::int32_t, std::int32_t>(
-                n, px, py,
-                [c](std::int32_t x, std::int32_t y, std::int32_t *p, std::int32_t *t) { viewgeo_to_ptz_x_rel(c, p, t, x, y); },
-                [c](std::size_t k, const std::int32_t *x, const std::int32_t *y, std::int32_t *p, std::int32_t *t) {
-                    viewgeo_to_ptz_x_rel_array(c, k, x, y, p, t);
-                },
-                "viewgeo_to_ptz_x_rel");
+            expect_view_array_matches(&ctx, n, pan_f, tilt_f, viewgeo_to_pixel_f, viewgeo_to_pixel_f_array, "to_pixel_f");
+            expect_view_array_matches(&ctx, n, px, py, viewgeo_to_ptz_f, viewgeo_to_ptz_f_array, "to_ptz_f");
+            expect_view_array_matches(&ctx, n, px, py, viewgeo_to_ptz_f_rel, viewgeo_to_ptz_f_rel_array, "to_ptz_f_rel");
+            expect_view_array_matches(&ctx, n, pan_x, tilt_x, viewgeo_to_pixel_x, viewgeo_to_pixel_x_array, "to_pixel_x");
+            expect_view_array_matches(&ctx, n, px, py, viewgeo_to_ptz_x, viewgeo_to_ptz_x_array, "to_ptz_x");
+            expect_view_array_matches(&ctx, n, px, py, viewgeo_to_ptz_x_rel, viewgeo_to_ptz_x_rel_array, "to_ptz_x_rel");
         }
     }
 }

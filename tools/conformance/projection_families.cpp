@@ -61,6 +61,20 @@ Words view_only(Rng &rng) {
 constexpr std::size_t kA = kViewWords;  // first argument after the view
 constexpr std::size_t kB = kViewWords + 1;
 
+std::int32_t argument(std::uint32_t w, std::int32_t) { return int_of(w); }
+float argument(std::uint32_t w, float) { return from_bits(w); }
+
+// A projection's array form on the vector's view and point.
+template <class In, class Out>
+Words through_view_array(const Words &in,
+                         void (*array)(const viewgeo_context *, std::size_t, const In *, const In *, Out *, Out *)) {
+    const viewgeo_context ctx = view_of(in, 0);
+    return through_array<In, Out, Out>(argument(in[kA], In{}), argument(in[kB], In{}),
+                                       [&](std::size_t n, const In *a, const In *b, Out *out_a, Out *out_b) {
+                                           array(&ctx, n, a, b, out_a, out_b);
+                                       });
+}
+
 }  // namespace
 
 Family projection_float_family() {
@@ -75,14 +89,7 @@ Family projection_float_family() {
                      return Words{word(x), word(y)};
                  },
                  sample_direction_f, 1500,
-                 [](const Words &in) {
-                     const viewgeo_context ctx = view_of(in, 0);
-                     return through_array<float, std::int32_t, std::int32_t>(
-                         from_bits(in[kA]), from_bits(in[kB]),
-                         [&](std::size_t n, const float *pan, const float *tilt, std::int32_t *x, std::int32_t *y) {
-                             viewgeo_to_pixel_f_array(&ctx, n, pan, tilt, x, y);
-                         });
-                 }},
+                 [](const Words &in) { return through_view_array(in, viewgeo_to_pixel_f_array); }},
                 {"to_ptz_f", "iiiiiiiiiiii", "ff",
                  [](const Words &in) {
                      const viewgeo_context ctx = view_of(in, 0);
@@ -91,14 +98,7 @@ Family projection_float_family() {
                      return Words{bits(pan), bits(tilt)};
                  },
                  sample_pixel_args, 1500,
-                 [](const Words &in) {
-                     const viewgeo_context ctx = view_of(in, 0);
-                     return through_array<std::int32_t, float, float>(
-                         int_of(in[kA]), int_of(in[kB]),
-                         [&](std::size_t n, const std::int32_t *x, const std::int32_t *y, float *pan, float *tilt) {
-                             viewgeo_to_ptz_f_array(&ctx, n, x, y, pan, tilt);
-                         });
-                 }},
+                 [](const Words &in) { return through_view_array(in, viewgeo_to_ptz_f_array); }},
                 {"to_ptz_f_rel", "iiiiiiiiiiii", "ff",
                  [](const Words &in) {
                      const viewgeo_context ctx = view_of(in, 0);
@@ -107,14 +107,7 @@ Family projection_float_family() {
                      return Words{bits(pan), bits(tilt)};
                  },
                  sample_pixel_args, 1500,
-                 [](const Words &in) {
-                     const viewgeo_context ctx = view_of(in, 0);
-                     return through_array<std::int32_t, float, float>(
-                         int_of(in[kA]), int_of(in[kB]),
-                         [&](std::size_t n, const std::int32_t *x, const std::int32_t *y, float *pan, float *tilt) {
-                             viewgeo_to_ptz_f_rel_array(&ctx, n, x, y, pan, tilt);
-                         });
-                 }},
+                 [](const Words &in) { return through_view_array(in, viewgeo_to_ptz_f_rel_array); }},
             }};
 }
 
@@ -130,14 +123,7 @@ Family projection_fixed_family() {
                      return Words{word(x), word(y)};
                  },
                  sample_direction_x, 1500,
-                 [](const Words &in) {
-                     const viewgeo_context ctx = view_of(in, 0);
-                     return through_array<std::int32_t, std::int32_t, std::int32_t>(
-                         int_of(in[kA]), int_of(in[kB]),
-                         [&](std::size_t n, const std::int32_t *pan, const std::int32_t *tilt, std::int32_t *x, std::int32_t *y) {
-                             viewgeo_to_pixel_x_array(&ctx, n, pan, tilt, x, y);
-                         });
-                 }},
+                 [](const Words &in) { return through_view_array(in, viewgeo_to_pixel_x_array); }},
                 {"to_ptz_x", "iiiiiiiiiiii", "ii",
                  [](const Words &in) {
                      const viewgeo_context ctx = view_of(in, 0);
@@ -146,14 +132,7 @@ Family projection_fixed_family() {
                      return Words{word(pan), word(tilt)};
                  },
                  sample_pixel_args, 1500,
-                 [](const Words &in) {
-                     const viewgeo_context ctx = view_of(in, 0);
-                     return through_array<std::int32_t, std::int32_t, std::int32_t>(
-                         int_of(in[kA]), int_of(in[kB]),
-                         [&](std::size_t n, const std::int32_t *x, const std::int32_t *y, std::int32_t *pan, std::int32_t *tilt) {
-                             viewgeo_to_ptz_x_array(&ctx, n, x, y, pan, tilt);
-                         });
-                 }},
+                 [](const Words &in) { return through_view_array(in, viewgeo_to_ptz_x_array); }},
                 {"to_ptz_x_rel", "iiiiiiiiiiii", "ii",
                  [](const Words &in) {
                      const viewgeo_context ctx = view_of(in, 0);
@@ -162,14 +141,7 @@ Family projection_fixed_family() {
                      return Words{word(pan), word(tilt)};
                  },
                  sample_pixel_args, 1500,
-                 [](const Words &in) {
-                     const viewgeo_context ctx = view_of(in, 0);
-                     return through_array<std::int32_t, std::int32_t, std::int32_t>(
-                         int_of(in[kA]), int_of(in[kB]),
-                         [&](std::size_t n, const std::int32_t *x, const std::int32_t *y, std::int32_t *pan, std::int32_t *tilt) {
-                             viewgeo_to_ptz_x_rel_array(&ctx, n, x, y, pan, tilt);
-                         });
-                 }},
+                 [](const Words &in) { return through_view_array(in, viewgeo_to_ptz_x_rel_array); }},
             }};
 }
 
