@@ -54,6 +54,7 @@
 #define VIEWGEO_H
 
 #include <stdbool.h>
+#include <stddef.h>
 #include <stdint.h>
 #include <stdio.h>
 
@@ -207,6 +208,32 @@ VIEWGEO_API void viewgeo_to_ptz_x(const viewgeo_context *ctx, int32_t *pan, int3
  * [-360, 360]. With dewarp_status 1 the picture maps linearly to angles.
  */
 VIEWGEO_API void viewgeo_to_ptz_x_rel(const viewgeo_context *ctx, int32_t *pan, int32_t *tilt, int32_t x, int32_t y);
+
+/*
+ * Array forms of the six projections above: n points of one view per call.
+ * Element i of the outputs has exactly the bits the single-point function
+ * gives for element i of the inputs with the same context (NaN outputs
+ * included, on the same target), and the same fallbacks for degenerate
+ * views. The view-level part of the work (fields of view, lens values of the
+ * half fields, the camera tilt's sine and cosine) is done once per call;
+ * nothing is kept between calls, so the context may change between them.
+ * n may be 0, and then every pointer may be null. With n > 0 every pointer
+ * must address n elements (a null pointer is the caller's error and may
+ * fault); the outputs must not overlap the inputs. No heap allocation, no
+ * file access.
+ */
+/** viewgeo_to_pixel_f() of (pan[i], tilt[i]) (degrees) into (x[i], y[i]). */
+VIEWGEO_API void viewgeo_to_pixel_f_array(const viewgeo_context *ctx, size_t n, const float *pan, const float *tilt, int32_t *x, int32_t *y);
+/** viewgeo_to_ptz_f() of pixel (x[i], y[i]) into (pan[i], tilt[i]) (degrees). */
+VIEWGEO_API void viewgeo_to_ptz_f_array(const viewgeo_context *ctx, size_t n, const int32_t *x, const int32_t *y, float *pan, float *tilt);
+/** viewgeo_to_ptz_f_rel() of pixel (x[i], y[i]) into (pan[i], tilt[i]) (degrees). */
+VIEWGEO_API void viewgeo_to_ptz_f_rel_array(const viewgeo_context *ctx, size_t n, const int32_t *x, const int32_t *y, float *pan, float *tilt);
+/** viewgeo_to_pixel_x() of (pan[i], tilt[i]) (Q16.16 degrees) into (x[i], y[i]). */
+VIEWGEO_API void viewgeo_to_pixel_x_array(const viewgeo_context *ctx, size_t n, const int32_t *pan, const int32_t *tilt, int32_t *x, int32_t *y);
+/** viewgeo_to_ptz_x() of pixel (x[i], y[i]) into (pan[i], tilt[i]) (Q16.16 degrees). */
+VIEWGEO_API void viewgeo_to_ptz_x_array(const viewgeo_context *ctx, size_t n, const int32_t *x, const int32_t *y, int32_t *pan, int32_t *tilt);
+/** viewgeo_to_ptz_x_rel() of pixel (x[i], y[i]) into (pan[i], tilt[i]) (Q16.16 degrees). */
+VIEWGEO_API void viewgeo_to_ptz_x_rel_array(const viewgeo_context *ctx, size_t n, const int32_t *x, const int32_t *y, int32_t *pan, int32_t *tilt);
 
 /* ------------------------------------------------------------------------
  * Angle and zoom utilities (no context, no state: safe from any thread)
@@ -532,6 +559,16 @@ VIEWGEO_API void viewgeo_ovista_to_ptz_f(const viewgeo_ovista_context *octx, con
  * viewgeo_ovista_to_ptz_f(). Out-of-range results saturate to the int range.
  */
 VIEWGEO_API void viewgeo_ovista_to_pixel_f(const viewgeo_ovista_context *octx, const viewgeo_context *vctx, float pan, float tilt, int *x, int *y);
+/**
+ * Array forms of viewgeo_ovista_to_ptz_f() and viewgeo_ovista_to_pixel_f():
+ * element i of the outputs has exactly the bits of the single-point function
+ * for element i of the inputs. The picture size and the circle's centre and
+ * radius in pixels are computed once per call. n may be 0 with null
+ * pointers; with n > 0 a null pointer is the caller's error and may fault;
+ * the outputs must not overlap the inputs.
+ */
+VIEWGEO_API void viewgeo_ovista_to_ptz_f_array(const viewgeo_ovista_context *octx, const viewgeo_context *vctx, size_t n, const int *x, const int *y, float *pan, float *tilt);
+VIEWGEO_API void viewgeo_ovista_to_pixel_f_array(const viewgeo_ovista_context *octx, const viewgeo_context *vctx, size_t n, const float *pan, const float *tilt, int *x, int *y);
 
 /**
  * Writes the context to /etc/viewgeo/ovista.conf atomically (through

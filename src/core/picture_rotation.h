@@ -5,21 +5,17 @@
 
 #include <cstdint>
 
+#include "core/projection_view.h"
 #include "core/q16.h"
 
 namespace viewgeo {
-
-struct PixelPair {
-    std::int32_t x;
-    std::int32_t y;
-};
 
 // n halved with truncation toward zero, then doubled: 180 degrees turns about
 // the even centre, so odd sizes lose their last column or row.
 constexpr std::int32_t even_size(std::int32_t n) { return (n / 2) * 2; }
 
 // From the unrotated pixel (px, py) to the pixel of the rotated picture.
-constexpr PixelPair rotate_into_picture(std::int32_t rot, std::int32_t px, std::int32_t py, std::int32_t width,
+constexpr Pixel rotate_into_picture(std::int32_t rot, std::int32_t px, std::int32_t py, std::int32_t width,
                                         std::int32_t height) {
     switch (rot) {
         case 0:
@@ -32,7 +28,7 @@ constexpr PixelPair rotate_into_picture(std::int32_t rot, std::int32_t px, std::
 }
 
 // From a pixel (x, y) of the rotated picture back to the unrotated one.
-constexpr PixelPair rotate_out_of_picture(std::int32_t rot, std::int32_t x, std::int32_t y, std::int32_t width,
+constexpr Pixel rotate_out_of_picture(std::int32_t rot, std::int32_t x, std::int32_t y, std::int32_t width,
                                           std::int32_t height) {
     switch (rot) {
         case 0:

@@ -1,9 +1,8 @@
 // The Q16.16 projections between pan/tilt directions and pixels. They follow
-// the single-precision projections step by step (the step numbers below are
-// the same), but carry products, sums, sines, cosines and square roots in
-// Q16.16 and fall back to float or double only for asin, atan and the lens
-// functions. Every rounding is part of the results that stored calibrations
-// and the remote-camera code depend on.
+// the single-precision projections stage by stage, but carry products, sums,
+// sines, cosines and square roots in Q16.16 and fall back to float or double
+// only for asin, atan and the lens functions. Every rounding is part of the
+// results that stored calibrations and the remote-camera code depend on.
 #include "core/projection_fixed.h"
 
 #include <algorithm>
@@ -62,58 +61,91 @@ q16 reduce_to_one_turn(q16 a) {
     return a;
 }
 
-// Folds the linear-mode row into the picture: the height is the low 16 bits
-// of pic_height as a signed number, and the remainder takes the sign of the
-// row. A zero height leaves no row to fold into; the top row stands in.
-std::int32_t fold_row(std::int32_t iy, std::int32_t pic_height) {
-    const std::int32_t h = static_cast<std::int16_t>(static_cast<std::uint16_t>(pic_height));
-    if (iy <= h) return iy;
-    return h == 0 ? 0 : iy % h;
+// Folds a linear-mode row past the bottom into the picture; the remainder
+// takes the sign of the row. A zero height leaves no row to fold into; the
+// top row stands in.
+std::int32_t fold_row(std::int32_t iy, std::int32_t fold_height) {
+    if (iy <= fold_height) return iy;
+    return fold_height == 0 ? 0 : iy % fold_height;
+}
+
+LinearViewX prepare_linear_view_x(const viewgeo_context &ctx) {
+    LinearViewX view{};
+    view.camera_tilt = ctx.tilt;
+    // Both fields of view, no zero test.
+    view.vert_fov = vertical_fov_x(ctx);
+    view.horiz_fov = ctx.horiz_fov;
+    view.half_horiz_fov = q16_mul(view.horiz_fov, kQ16Half);
+    view.half_vert_fov = q16_mul(view.vert_fov, kQ16Half);
+    // Rows are folded by the low 16 bits of pic_height as a signed number.
+    view.fold_height = static_cast<std::int16_t>(static_cast<std::uint16_t>(ctx.pic_height));
+    view.width = pixels_to_q16(ctx.pic_width);
+    view.height = pixels_to_q16(ctx.pic_height);
+    view.picture = picture_of(ctx);
+    return view;
 }
 
 // Linear mode for dewarped pictures: angles proportional to the pixel.
-PanTiltX linear_direction_of_pixel_x(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
-    // L1. Both fields of view, no zero test.
-    const q16 vfov = vertical_fov_x(ctx);
-    std::int32_t hfov = 0;
-    viewgeo_get_horiz_fov_x(&ctx, &hfov);
-    // L2. Undo the picture rotation.
-    const PixelPair unrotated = rotate_out_of_picture(ctx.pic_rot, x, y, ctx.pic_width, ctx.pic_height);
-    // L3. Only the row is folded; the column is clamped in L4.
-    const std::int32_t iy = fold_row(unrotated.y, ctx.pic_height);
-    // L4. Clamp from above only.
-    const q16 width = pixels_to_q16(ctx.pic_width);
-    const q16 height = pixels_to_q16(ctx.pic_height);
-    const q16 fx = std::min(pixels_to_q16(unrotated.x), width);
-    const q16 fy = std::min(pixels_to_q16(iy), height);
-    // L5. Horizontal offset from the centre in proportion to the field of
-    // view, wrapped once. The context pan is deliberately not added, though
-    // the relative result subtracts it; kept as the firmware has it.
-    q16 p = wrap_sub(q16_mul(hfov, div_or_zero(fx, width)), q16_mul(hfov, kQ16Half));
+PanTiltX linear_direction_of_pixel_x(const LinearViewX &view, std::int32_t x, std::int32_t y) {
+    // Undo the picture rotation. Only the row is folded; the column is only
+    // clamped, from above, like the row.
+    const Pixel unrotated = rotate_out_of_picture(view.picture.rot, x, y, view.picture.width, view.picture.height);
+    const std::int32_t iy = fold_row(unrotated.y, view.fold_height);
+    const q16 fx = std::min(pixels_to_q16(unrotated.x), view.width);
+    const q16 fy = std::min(pixels_to_q16(iy), view.height);
+    // Horizontal offset from the centre in proportion to the field of view,
+    // wrapped once. The context pan is deliberately not added, though the
+    // relative result subtracts it; kept as the firmware has it.
+    q16 p = wrap_sub(q16_mul(view.horiz_fov, div_or_zero(fx, view.width)), view.half_horiz_fov);
     if (p >= kAbove180) {
         p = wrap_sub(p, kQ16Deg360);
     } else if (p < kQ16MinusDeg180) {
         p = wrap_add(p, kQ16Deg360);
     }
-    // L6. Vertical offset, upwards, plus the context tilt.
-    const q16 t = wrap_add(wrap_sub(q16_mul(vfov, kQ16Half), q16_mul(vfov, div_or_zero(fy, height))), ctx.tilt);
+    // Vertical offset, upwards, plus the context tilt.
+    const q16 t =
+        wrap_add(wrap_sub(view.half_vert_fov, q16_mul(view.vert_fov, div_or_zero(fy, view.height))), view.camera_tilt);
     return {p, t};
 }
 
 }  // namespace
 
-PixelPair pixel_of_direction_x(const viewgeo_context &ctx, q16 pan, q16 tilt) {
-    // 1. Pan offset of the target from the camera, within [-180, 180]: an
+PixelViewX prepare_pixel_view_x(const viewgeo_context &ctx) {
+    PixelViewX view{};
+    view.camera_pan = ctx.pan;
+    const q16 c_rad = q16_deg_to_rad(ctx.tilt);
+    view.camera_tilt_cos = cos_x(c_rad);
+    view.camera_tilt_sin = sin_x(c_rad);
+    view.picture = picture_of(ctx);
+    // Fields of view; a zero one has no geometry.
+    const q16 vfov = vertical_fov_x(ctx);
+    const q16 hfov = ctx.horiz_fov;
+    view.degenerate = vfov == 0 || hfov == 0;
+    if (view.degenerate) {
+        // The centre as a Q16.16 value, not shifted down to whole pixels and
+        // not rotated: callers rely on this form, so it is kept.
+        view.centre = {q16_mul(pixels_to_q16(ctx.pic_width), kQ16Half), q16_mul(pixels_to_q16(ctx.pic_height), kQ16Half)};
+        return view;
+    }
+    // Lens values of the half fields of view.
+    view.lens_half_h = half_fov_lens_value(ctx.projection_type, hfov);
+    view.lens_half_v = half_fov_lens_value(ctx.projection_type, vfov);
+    return view;
+}
+
+Pixel pixel_of_direction_x(const PixelViewX &view, q16 pan, q16 tilt) {
+    if (view.degenerate) return view.centre;
+    // Pan offset of the target from the camera, within [-180, 180]: an
     // offset of exactly +180 becomes -180 and one of -180 stays +180.
     q16 d = 0;
-    if (ctx.pan < pan) {
-        d = wrap_sub(pan, ctx.pan);
+    if (view.camera_pan < pan) {
+        d = wrap_sub(pan, view.camera_pan);
         if (d >= kQ16Deg180) d = wrap_sub(d, kQ16Deg360);
     } else {
-        const q16 e = wrap_sub(ctx.pan, pan);
+        const q16 e = wrap_sub(view.camera_pan, pan);
         d = e < kQ16Deg180 ? wrap_neg(e) : wrap_sub(kQ16Deg360, e);
     }
-    // 2. Near the horizon keep the offset within +-89 degrees, so that points
+    // Near the horizon keep the offset within +-89 degrees, so that points
     // behind the camera do not land in the picture. Compared as float.
     if (tilt >= -kClampTiltLimit && tilt <= kClampTiltLimit) {
         const float df = q16_to_float(d);
@@ -125,103 +157,98 @@ PixelPair pixel_of_direction_x(const viewgeo_context &ctx, q16 pan, q16 tilt) {
             d = q16_from_float(df);
         }
     }
-    // 4, taken before 3. Sines and cosines of the offset, the target tilt and
-    // the camera tilt. They do not depend on the fields of view, so started
-    // first they overlap with the vertical field's derivation.
+    // The target on the unit sphere, about the camera's pan.
     const q16 d_rad = q16_deg_to_rad(d);
     const q16 t_rad = q16_deg_to_rad(tilt);
-    const q16 c_rad = q16_deg_to_rad(ctx.tilt);
     const q16 cd = cos_x(d_rad);
     const q16 sd = sin_x(d_rad);
     const q16 ct = cos_x(t_rad);
     const q16 st = sin_x(t_rad);
-    const q16 cc = cos_x(c_rad);
-    const q16 sc = sin_x(c_rad);
-    // 3. Fields of view; a zero one has no geometry (step 15).
-    const q16 vfov = vertical_fov_x(ctx);
-    const q16 hfov = ctx.horiz_fov;
-    if (vfov == 0 || hfov == 0) {
-        // 15. The centre as a Q16.16 value, not shifted down to whole pixels
-        // and not rotated: callers rely on this form, so it is kept.
-        return {q16_mul(pixels_to_q16(ctx.pic_width), kQ16Half), q16_mul(pixels_to_q16(ctx.pic_height), kQ16Half)};
-    }
-    // 5. The target on the unit sphere, about the camera's pan.
     const q16 p = q16_mul(cd, ct);
     q16 x = q16_mul(sd, ct);
-    // 6. Tilted into the camera frame: Z along the optical axis, Y upwards.
+    // Tilted into the camera frame: Z along the optical axis, Y upwards.
+    const q16 cc = view.camera_tilt_cos;
+    const q16 sc = view.camera_tilt_sin;
     const q16 z = wrap_add(q16_mul(p, cc), q16_mul(st, sc));
     q16 y = wrap_sub(q16_mul(st, cc), q16_mul(p, sc));
-    // 7. Sine of the angle off the axis.
+    // Sine of the angle off the axis, and the angle in radians.
     const q16 s = sqrt_x(wrap_sub(kQ16One, q16_mul(z, z)));
-    // 8. The angle off the axis, radians.
     const float s_f = q16_to_float(s);
     const q16 theta = q16_from_float(static_cast<float>(std::asin(static_cast<double>(s_f))));
-    // 9. Lens values of the half fields of view.
-    const q16 gh = half_fov_lens_value(ctx.projection_type, hfov);
-    const q16 gv = half_fov_lens_value(ctx.projection_type, vfov);
-    // 10. Small-angle rule; otherwise rescale the ray to the lens value of
-    // its angle. S = 0 (on the axis) keeps the ray as it is.
+    // Lens model: small-angle rule, otherwise rescale the ray to the lens
+    // value of its angle. S = 0 (on the axis) keeps the ray as it is.
     if (!(theta < kQ16SmallAngle || s == 0)) {
-        const q16 g = q16_from_float(lens_value(ctx.projection_type, q16_to_float(theta)));
+        const q16 g = q16_from_float(lens_value(view.picture.lens, q16_to_float(theta)));
         x = q16_mul(g, q16_div(x, s));
         y = q16_mul(g, q16_div(y, s));
     }
-    // 11. Normalised picture coordinates.
-    const q16 u = div_or_zero(x, gh);
-    const q16 v = div_or_zero(y, gv);
-    // 12. Fractions of the picture size from the top-left corner, kept within
+    // Normalised picture coordinates.
+    const q16 u = div_or_zero(x, view.lens_half_h);
+    const q16 v = div_or_zero(y, view.lens_half_v);
+    // Fractions of the picture size from the top-left corner, kept within
     // +-10 so that the following product cannot overflow.
     const q16 cx = std::clamp(wrap_add(q16_div(u, kQ16Two), kQ16Half), -kQ16Ten, kQ16Ten);
     const q16 cy = std::clamp(wrap_sub(kQ16Half, q16_div(v, kQ16Two)), -kQ16Ten, kQ16Ten);
-    // 13. Whole pixels; the shift rounds toward minus infinity.
-    const std::int32_t px = q16_mul(pixels_to_q16(ctx.pic_width), cx) >> 16;
-    const std::int32_t py = q16_mul(pixels_to_q16(ctx.pic_height), cy) >> 16;
-    // 14. Into the delivered picture's rotation.
-    return rotate_into_picture(ctx.pic_rot, px, py, ctx.pic_width, ctx.pic_height);
+    // Whole pixels; the shift rounds toward minus infinity.
+    const std::int32_t px = q16_mul(pixels_to_q16(view.picture.width), cx) >> 16;
+    const std::int32_t py = q16_mul(pixels_to_q16(view.picture.height), cy) >> 16;
+    // Into the delivered picture's rotation.
+    return rotate_into_picture(view.picture.rot, px, py, view.picture.width, view.picture.height);
 }
 
-PanTiltX direction_of_pixel_x(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
-    // 1. Fields of view; a zero one keeps the camera where it is.
+DirectionViewX prepare_direction_view_x(const viewgeo_context &ctx) {
+    DirectionViewX view{};
+    view.camera_pan = ctx.pan;
+    view.camera_tilt = ctx.tilt;
+    view.picture = picture_of(ctx);
+    // Fields of view; a zero one keeps the camera where it is.
     const q16 vfov = vertical_fov_x(ctx);
     const q16 hfov = ctx.horiz_fov;
-    if (vfov == 0 || hfov == 0) return {ctx.pan, ctx.tilt};
-    // 2. Undo the picture rotation, then to Q16.16.
-    const PixelPair unrotated = rotate_out_of_picture(ctx.pic_rot, x, y, ctx.pic_width, ctx.pic_height);
-    const q16 width = pixels_to_q16(ctx.pic_width);
-    const q16 height = pixels_to_q16(ctx.pic_height);
-    // 3. Clamp from above only; a pixel left of or above the picture is kept.
-    const q16 fx = std::min(pixels_to_q16(unrotated.x), width);
-    const q16 fy = std::min(pixels_to_q16(unrotated.y), height);
-    // 4. Normalised coordinates, -1 to +1, v upwards.
-    q16 u = q16_mul(wrap_sub(div_or_zero(fx, width), kQ16Half), kQ16Two);
-    q16 v = q16_mul(wrap_sub(kQ16Half, div_or_zero(fy, height)), kQ16Two);
-    // 5. Past the zenith or nadir the picture is upside down about the
-    // mirrored tilt. The magnitude test is in float, the sign test on the word.
+    view.degenerate = vfov == 0 || hfov == 0;
+    if (view.degenerate) return view;
+    view.width = pixels_to_q16(ctx.pic_width);
+    view.height = pixels_to_q16(ctx.pic_height);
+    // Past the zenith or nadir the picture is upside down about the mirrored
+    // tilt. The magnitude test is in float, the sign test on the word.
     const q16 t_c = ctx.tilt;
-    const float tilt_f = q16_to_float(t_c);
-    const bool over_pole = std::fabs(tilt_f) > 90.0f;
+    view.camera_tilt_f = q16_to_float(t_c);
+    view.over_pole = std::fabs(view.camera_tilt_f) > 90.0f;
     q16 t_e = t_c;
-    if (over_pole) {
-        u = wrap_neg(u);
-        v = wrap_neg(v);
-        t_e = t_c < kQ16Deg90 + 1 ? wrap_sub(kQ16MinusDeg180, t_c) : wrap_sub(kQ16Deg180, t_c);
-    }
-    // 9, taken before 6. The camera tilt's cosine, and its sine taken from it.
-    // They do not depend on the ray, so computed here they overlap with the
-    // lens functions below instead of waiting for them.
+    if (view.over_pole) t_e = t_c < kQ16Deg90 + 1 ? wrap_sub(kQ16MinusDeg180, t_c) : wrap_sub(kQ16Deg180, t_c);
+    // The effective tilt's cosine, and its sine taken from it.
     const q16 c_t = cos_x(q16_deg_to_rad(t_e));
     q16 s_t = sqrt_x(wrap_sub(kQ16One, q16_mul(c_t, c_t)));
     if (t_e < 0) s_t = wrap_neg(s_t);
-    // 6. Lens values of the half fields of view.
-    const q16 gh = half_fov_lens_value(ctx.projection_type, hfov);
-    const q16 gv = half_fov_lens_value(ctx.projection_type, vfov);
-    // 7. The ray's offset in the picture plane and its angle off the axis.
-    q16 rx = q16_mul(gh, u);
-    q16 ry = q16_mul(gv, v);
+    view.effective_tilt_cos = c_t;
+    view.effective_tilt_sin = s_t;
+    // Lens values of the half fields of view.
+    view.lens_half_h = half_fov_lens_value(ctx.projection_type, hfov);
+    view.lens_half_v = half_fov_lens_value(ctx.projection_type, vfov);
+    return view;
+}
+
+PanTiltX direction_of_pixel_x(const DirectionViewX &view, std::int32_t x, std::int32_t y) {
+    if (view.degenerate) return {view.camera_pan, view.camera_tilt};
+    // Undo the picture rotation, then to Q16.16, clamped from above only; a
+    // pixel left of or above the picture is kept.
+    const Pixel unrotated = rotate_out_of_picture(view.picture.rot, x, y, view.picture.width, view.picture.height);
+    const q16 fx = std::min(pixels_to_q16(unrotated.x), view.width);
+    const q16 fy = std::min(pixels_to_q16(unrotated.y), view.height);
+    // Normalised coordinates, -1 to +1, v upwards; upside down over the pole.
+    q16 u = q16_mul(wrap_sub(div_or_zero(fx, view.width), kQ16Half), kQ16Two);
+    q16 v = q16_mul(wrap_sub(kQ16Half, div_or_zero(fy, view.height)), kQ16Two);
+    if (view.over_pole) {
+        u = wrap_neg(u);
+        v = wrap_neg(v);
+    }
+    // The ray's offset in the picture plane and its angle off the axis, by
+    // the inverse of the lens model.
+    q16 rx = q16_mul(view.lens_half_h, u);
+    q16 ry = q16_mul(view.lens_half_v, v);
     const q16 r2 = wrap_add(q16_mul(ry, ry), q16_mul(rx, rx));
     const q16 r = sqrt_x(r2);
-    const q16 theta = q16_from_float(lens_angle(ctx.projection_type, q16_to_float(r)));
-    // 8. The ray on the unit sphere; C is its component along the axis.
+    const q16 theta = q16_from_float(lens_angle(view.picture.lens, q16_to_float(r)));
+    // The ray on the unit sphere; C is its component along the axis.
     q16 c = 0;
     if (theta >= kQ16SmallAngle && r != 0) {
         const q16 s = sin_x(theta);
@@ -231,25 +258,27 @@ PanTiltX direction_of_pixel_x(const viewgeo_context &ctx, std::int32_t x, std::i
     } else {
         c = sqrt_x(wrap_sub(kQ16One, r2));
     }
-    // 9. The camera tilt's cosine and sine: above, before step 6.
-    // 10. Tilted out of the camera frame: N forward and level, E upwards.
+    // Tilted out of the camera frame: N forward and level, E upwards.
+    const q16 c_t = view.effective_tilt_cos;
+    const q16 s_t = view.effective_tilt_sin;
     const q16 n = wrap_sub(q16_mul(c_t, c), q16_mul(s_t, ry));
     const q16 e = wrap_add(q16_mul(c, s_t), q16_mul(c_t, ry));
-    // 11. Tilt of the ray.
+    // Tilt of the ray.
     const float e_f = q16_to_float(e);
     float tilt_out = static_cast<float>(std::asin(static_cast<double>(e_f)) * kRadToDegD);
-    // 12. Pan offset of the ray; a ray straight up or down keeps the pan.
+    // Pan offset of the ray; a ray straight up or down keeps the pan.
     const float n_f = q16_to_float(n);
     const float x_f = q16_to_float(rx);
-    q16 pan_out = ctx.pan;
+    q16 pan_out = view.camera_pan;
     if (n_f != 0.0f || x_f != 0.0f) {
         const float ratio = x_f / n_f;
         const float q = static_cast<float>(std::atan(static_cast<double>(ratio)) * kRadToDegD);
-        pan_out = wrap_add(ctx.pan, q16_from_float(q));
+        pan_out = wrap_add(view.camera_pan, q16_from_float(q));
     }
-    // 13. A ray behind the camera is expressed as a tilt past the zenith or
+    // A ray behind the camera is expressed as a tilt past the zenith or
     // nadir with the pan offset kept within +-90, not as a pan turned by 180.
-    const bool behind = over_pole ? n_f >= 0.0f : n_f < 0.0f;
+    const float tilt_f = view.camera_tilt_f;
+    const bool behind = view.over_pole ? n_f >= 0.0f : n_f < 0.0f;
     if (behind) {
         tilt_out = tilt_out < 0.0f ? -180.0f - tilt_out : 180.0f - tilt_out;
         if (tilt_f != 0.0f) {
@@ -260,23 +289,36 @@ PanTiltX direction_of_pixel_x(const viewgeo_context &ctx, std::int32_t x, std::i
             }
         }
     }
-    // 14. Pan into [-180, 180], once.
+    // Pan into [-180, 180], once.
     if (pan_out >= kAbove180) {
         pan_out = wrap_sub(pan_out, kQ16Deg360);
     } else if (pan_out < kQ16MinusDeg180) {
         pan_out = wrap_add(pan_out, kQ16Deg360);
     }
-    // 15. Results.
     return {pan_out, q16_from_float(tilt_out)};
 }
 
-PanTiltX movement_to_pixel_x(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
-    // 1. The absolute direction of the pixel, linear for dewarped pictures.
-    const PanTiltX absolute =
-        ctx.dewarp_status == 1 ? linear_direction_of_pixel_x(ctx, x, y) : direction_of_pixel_x(ctx, x, y);
-    // 2. and 3. Differences from the camera, each brought into [-360, 360]
-    // on its own; no wrap into +-180.
-    return {reduce_to_one_turn(wrap_sub(absolute.pan, ctx.pan)), reduce_to_one_turn(wrap_sub(absolute.tilt, ctx.tilt))};
+MovementViewX prepare_movement_view_x(const viewgeo_context &ctx) {
+    MovementViewX view{};
+    view.linear = ctx.dewarp_status == 1;
+    view.camera_pan = ctx.pan;
+    view.camera_tilt = ctx.tilt;
+    if (view.linear) {
+        view.linear_view = prepare_linear_view_x(ctx);
+    } else {
+        view.direction_view = prepare_direction_view_x(ctx);
+    }
+    return view;
+}
+
+PanTiltX movement_of_pixel_x(const MovementViewX &view, std::int32_t x, std::int32_t y) {
+    // The absolute direction of the pixel, linear for dewarped pictures.
+    const PanTiltX absolute = view.linear ? linear_direction_of_pixel_x(view.linear_view, x, y)
+                                          : direction_of_pixel_x(view.direction_view, x, y);
+    // Differences from the camera, each brought into [-360, 360] on its own;
+    // no wrap into +-180.
+    return {reduce_to_one_turn(wrap_sub(absolute.pan, view.camera_pan)),
+            reduce_to_one_turn(wrap_sub(absolute.tilt, view.camera_tilt))};
 }
 
 }  // namespace viewgeo
@@ -286,21 +328,30 @@ using namespace viewgeo;
 extern "C" {
 
 VIEWGEO_API void viewgeo_to_pixel_x(const viewgeo_context *ctx, int32_t *x, int32_t *y, int32_t pan, int32_t tilt) {
-    const PixelPair pixel = pixel_of_direction_x(*ctx, pan, tilt);
-    *x = pixel.x;
-    *y = pixel.y;
+    store(pixel_of_direction_x(prepare_pixel_view_x(*ctx), pan, tilt), x, y);
 }
 
 VIEWGEO_API void viewgeo_to_ptz_x(const viewgeo_context *ctx, int32_t *pan, int32_t *tilt, int32_t x, int32_t y) {
-    const PanTiltX direction = direction_of_pixel_x(*ctx, x, y);
-    *pan = direction.pan;
-    *tilt = direction.tilt;
+    store(direction_of_pixel_x(prepare_direction_view_x(*ctx), x, y), pan, tilt);
 }
 
 VIEWGEO_API void viewgeo_to_ptz_x_rel(const viewgeo_context *ctx, int32_t *pan, int32_t *tilt, int32_t x, int32_t y) {
-    const PanTiltX movement = movement_to_pixel_x(*ctx, x, y);
-    *pan = movement.pan;
-    *tilt = movement.tilt;
+    store(movement_of_pixel_x(prepare_movement_view_x(*ctx), x, y), pan, tilt);
+}
+
+VIEWGEO_API void viewgeo_to_pixel_x_array(const viewgeo_context *ctx, size_t n, const int32_t *pan, const int32_t *tilt,
+                                          int32_t *x, int32_t *y) {
+    project_each(prepare_pixel_view_x(*ctx), n, pan, tilt, x, y, pixel_of_direction_x);
+}
+
+VIEWGEO_API void viewgeo_to_ptz_x_array(const viewgeo_context *ctx, size_t n, const int32_t *x, const int32_t *y,
+                                        int32_t *pan, int32_t *tilt) {
+    project_each(prepare_direction_view_x(*ctx), n, x, y, pan, tilt, direction_of_pixel_x);
+}
+
+VIEWGEO_API void viewgeo_to_ptz_x_rel_array(const viewgeo_context *ctx, size_t n, const int32_t *x, const int32_t *y,
+                                            int32_t *pan, int32_t *tilt) {
+    project_each(prepare_movement_view_x(*ctx), n, x, y, pan, tilt, movement_of_pixel_x);
 }
 
 }  // extern "C"

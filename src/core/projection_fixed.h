@@ -1,28 +1,80 @@
 // The Q16.16 projections between pan/tilt directions and pixels of the
 // picture. Same geometry as the single-precision forms, with the products,
-// sums, sines, cosines and square roots carried in Q16.16.
+// sums, sines, cosines and square roots carried in Q16.16; each as a view
+// stage (the prepared view) and a point stage, see core/projection_view.h.
 #pragma once
 
 #include <cstdint>
 
-#include "core/picture_rotation.h"
+#include "core/projection_view.h"
 #include "core/q16.h"
 #include "viewgeo.h"
 
 namespace viewgeo {
 
-struct PanTiltX {
-    q16 pan;
-    q16 tilt;
+// The view, prepared for finding the pixels of directions.
+struct PixelViewX {
+    q16 camera_pan;
+    q16 camera_tilt_cos;  // fixed-point cosine and sine of the camera tilt
+    q16 camera_tilt_sin;
+    bool degenerate;  // a zero field of view: every direction maps to the centre
+    Pixel centre;     // that centre as a Q16.16 value, see pixel_of_direction_x
+    q16 lens_half_h;  // lens values of the half fields of view
+    q16 lens_half_v;
+    Picture picture;
 };
+
+// The view, prepared for finding the directions of pixels.
+struct DirectionViewX {
+    q16 camera_pan;
+    q16 camera_tilt;
+    float camera_tilt_f;  // the camera tilt as float, for the tests made in float
+    bool degenerate;      // a zero field of view: every pixel gives the camera's direction
+    bool over_pole;       // camera tilt past the zenith or nadir: the picture is upside down
+    q16 width;            // picture size in Q16.16
+    q16 height;
+    q16 lens_half_h;  // lens values of the half fields of view
+    q16 lens_half_v;
+    q16 effective_tilt_cos;  // cosine and sine of the tilt the picture is read about
+    q16 effective_tilt_sin;
+    Picture picture;
+};
+
+// The view, prepared for the linear mode of dewarped pictures.
+struct LinearViewX {
+    q16 camera_tilt;
+    q16 horiz_fov;
+    q16 vert_fov;
+    q16 half_horiz_fov;  // each field times one half
+    q16 half_vert_fov;
+    std::int32_t fold_height;  // the height rows past the bottom are folded by
+    q16 width;                 // picture size in Q16.16
+    q16 height;
+    Picture picture;
+};
+
+// The view, prepared for finding the movements that centre pixels: linear
+// for dewarped pictures, otherwise through the direction of the pixel. Only
+// the view of the mode in use is prepared.
+struct MovementViewX {
+    bool linear;
+    q16 camera_pan;
+    q16 camera_tilt;
+    LinearViewX linear_view;
+    DirectionViewX direction_view;
+};
+
+PixelViewX prepare_pixel_view_x(const viewgeo_context &ctx);
+DirectionViewX prepare_direction_view_x(const viewgeo_context &ctx);
+MovementViewX prepare_movement_view_x(const viewgeo_context &ctx);
 
 // Pixel where the direction (pan, tilt) appears, Q16.16 degrees in. A zero
 // field of view gives the picture centre as a Q16.16 value instead.
-PixelPair pixel_of_direction_x(const viewgeo_context &ctx, q16 pan, q16 tilt);
+Pixel pixel_of_direction_x(const PixelViewX &view, q16 pan, q16 tilt);
 // Absolute pan/tilt (Q16.16 degrees) that brings pixel (x, y) to the centre.
-PanTiltX direction_of_pixel_x(const viewgeo_context &ctx, std::int32_t x, std::int32_t y);
+PanTiltX direction_of_pixel_x(const DirectionViewX &view, std::int32_t x, std::int32_t y);
 // The same as a movement from the context's pan/tilt, each reduced to
 // [-360, 360]; linear in the pixel when dewarp_status is 1.
-PanTiltX movement_to_pixel_x(const viewgeo_context &ctx, std::int32_t x, std::int32_t y);
+PanTiltX movement_of_pixel_x(const MovementViewX &view, std::int32_t x, std::int32_t y);
 
 }  // namespace viewgeo

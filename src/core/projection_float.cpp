@@ -54,12 +54,40 @@ float pan_offset_f(float pan, float camera_pan) {
 
 }  // namespace
 
-PixelXY direction_to_pixel_f(const viewgeo_context &ctx, float pan, float tilt) {
-    // 1. Pan offset of the target from the camera.
-    float d = pan_offset_f(pan, q16_to_float(ctx.pan));
+PixelViewF prepare_pixel_view_f(const viewgeo_context &ctx) {
+    PixelViewF view{};
+    view.camera_pan = q16_to_float(ctx.pan);
+    const SinCos cam = sin_cos_deg(q16_to_float(ctx.tilt));
+    view.camera_tilt_sin = cam.s;
+    view.camera_tilt_cos = cam.c;
+    view.picture = picture_of(ctx);
+    // Fields of view; a zero one leaves only the centre of the unrotated
+    // picture.
+    const float v_fov = vertical_fov_f(ctx);
+    const float h_fov = q16_to_float(ctx.horiz_fov);
+    view.degenerate = v_fov == 0.0f || h_fov == 0.0f;
+    if (view.degenerate) {
+        const double cx = static_cast<double>(ctx.pic_width) * 0.5;
+        const double cy = static_cast<double>(ctx.pic_height) * 0.5;
+        view.centre = {static_cast<std::int32_t>(cx), static_cast<std::int32_t>(cy)};
+        return view;
+    }
+    // Lens values of the half fields of view, in radians.
+    const float half_h = (h_fov * 0.5f) * kDegToRadF;
+    const float half_v = (v_fov * 0.5f) * kDegToRadF;
+    view.lens_half_h = lens_value(ctx.projection_type, half_h);
+    view.lens_half_v = lens_value(ctx.projection_type, half_v);
+    return view;
+}
 
-    // 2. Near the horizon keep the offset in front of the camera; 30 degrees
-    //    or more above or below it, the offset is used as it is.
+Pixel pixel_of_direction_f(const PixelViewF &view, float pan, float tilt) {
+    if (view.degenerate) return view.centre;
+
+    // Pan offset of the target from the camera.
+    float d = pan_offset_f(pan, view.camera_pan);
+
+    // Near the horizon keep the offset in front of the camera; 30 degrees or
+    // more above or below it, the offset is used as it is.
     if (std::fabs(tilt) < 30.0f) {
         if (d < -89.0f) {
             d = -89.0f;
@@ -68,134 +96,133 @@ PixelXY direction_to_pixel_f(const viewgeo_context &ctx, float pan, float tilt) 
         }
     }
 
-    // 4, taken before 3. Sines and cosines of the pan offset, the target tilt
-    //    and the camera tilt. They do not depend on the fields of view, so
-    //    started first they overlap with the vertical field's derivation.
+    // The target as a unit vector in the camera's level frame.
     const SinCos off = sin_cos_deg(d);
     const SinCos tgt = sin_cos_deg(tilt);
-    const SinCos cam = sin_cos_deg(q16_to_float(ctx.tilt));
-
-    // 3. Fields of view; a zero one leaves only the picture centre (15).
-    const float v_fov = vertical_fov_f(ctx);
-    const float h_fov = q16_to_float(ctx.horiz_fov);
-    if (v_fov == 0.0f || h_fov == 0.0f) {
-        // 15. Degenerate view: the centre of the unrotated picture.
-        const double cx = static_cast<double>(ctx.pic_width) * 0.5;
-        const double cy = static_cast<double>(ctx.pic_height) * 0.5;
-        return {static_cast<std::int32_t>(cx), static_cast<std::int32_t>(cy)};
-    }
-
-    // 5. The target as a unit vector in the camera's level frame.
     float x = static_cast<float>(off.s * tgt.c);
     const double p = static_cast<double>(static_cast<float>(off.c * tgt.c));
     const double t = static_cast<double>(static_cast<float>(tgt.s));
 
-    // 6. Turn it by the camera tilt: Z along the optical axis, Y upwards.
-    const float z = static_cast<float>(p * cam.c + t * cam.s);
-    float y = static_cast<float>((-cam.s) * p + cam.c * t);
+    // Turned by the camera tilt: Z along the optical axis, Y upwards.
+    const float z = static_cast<float>(p * view.camera_tilt_cos + t * view.camera_tilt_sin);
+    float y = static_cast<float>((-view.camera_tilt_sin) * p + view.camera_tilt_cos * t);
 
-    // 7. Sine of the angle off the optical axis.
+    // Sine of the angle off the optical axis, and the angle.
     const float zz = z * z;
     const float s = static_cast<float>(std::sqrt(1.0 - static_cast<double>(zz)));
-
-    // 8. The angle off the optical axis.
     const float theta = static_cast<float>(std::asin(static_cast<double>(s)));
 
-    // 9. Half fields of view in radians.
-    const float half_h = (h_fov * 0.5f) * kDegToRadF;
-    const float half_v = (v_fov * 0.5f) * kDegToRadF;
-
-    // 10. Lens model: move the ray's image from sin(theta) to g(theta) from
-    //     the centre. Close to the axis the ray is used as it is.
+    // Lens model: move the ray's image from sin(theta) to g(theta) from the
+    // centre. Close to the axis the ray is used as it is.
     if (!(theta < kSmallAngle)) {
-        const float g = lens_value(ctx.projection_type, theta);
+        const float g = lens_value(view.picture.lens, theta);
         x = (x / s) * g;
         y = (y / s) * g;
     }
 
-    // 11. Normalise by the lens value of the half fields of view.
-    const float u = x / lens_value(ctx.projection_type, half_h);
-    const float w = lens_value(ctx.projection_type, half_v);
+    // Normalised by the lens value of the half fields of view.
+    const float u = x / view.lens_half_h;
 
-    // 12. Pixel of the unrotated picture.
+    // Pixel of the unrotated picture.
     const float u_half = u * 0.5f;
-    const float v_half = y / w * 0.5f;
-    const double px_d = (static_cast<double>(u_half) + 0.5) * static_cast<double>(ctx.pic_width);
-    const double py_d = (0.5 - static_cast<double>(v_half)) * static_cast<double>(ctx.pic_height);
+    const float v_half = y / view.lens_half_v * 0.5f;
+    const double px_d = (static_cast<double>(u_half) + 0.5) * static_cast<double>(view.picture.width);
+    const double py_d = (0.5 - static_cast<double>(v_half)) * static_cast<double>(view.picture.height);
 
-    // 13. To whole pixels through float, truncating toward zero (values out
-    //     of the int32 range saturate).
+    // To whole pixels through float, truncating toward zero (values out of
+    // the int32 range saturate).
     const std::int32_t px = trunc_to_int32(static_cast<float>(px_d));
     const std::int32_t py = trunc_to_int32(static_cast<float>(py_d));
 
-    // 14. Into the delivered picture's rotation.
-    const PixelPair out = rotate_into_picture(ctx.pic_rot, px, py, ctx.pic_width, ctx.pic_height);
-    return {out.x, out.y};
+    // Into the delivered picture's rotation.
+    return rotate_into_picture(view.picture.rot, px, py, view.picture.width, view.picture.height);
 }
 
-PanTiltF pixel_to_direction_f(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
-    // 1. Camera position and fields of view; a zero field of view leaves the
-    //    camera where it is.
-    const float t_c = q16_to_float(ctx.tilt);
-    const float p_c = q16_to_float(ctx.pan);
+DirectionViewF prepare_direction_view_f(const viewgeo_context &ctx) {
+    DirectionViewF view{};
+    view.camera_tilt = q16_to_float(ctx.tilt);
+    view.camera_pan = q16_to_float(ctx.pan);
+    view.picture = picture_of(ctx);
+    // Fields of view; a zero one leaves the camera where it is.
     const float v_fov = vertical_fov_f(ctx);
     const float h_fov = q16_to_float(ctx.horiz_fov);
-    if (v_fov == 0.0f || h_fov == 0.0f) return {p_c, t_c};
+    view.degenerate = v_fov == 0.0f || h_fov == 0.0f;
+    if (view.degenerate) return view;
 
-    // 2. Back to the unrotated picture, in integers, then as float.
-    const PixelPair un = rotate_out_of_picture(ctx.pic_rot, x, y, ctx.pic_width, ctx.pic_height);
+    view.width = static_cast<float>(ctx.pic_width);
+    view.height = static_cast<float>(ctx.pic_height);
+
+    // Over the pole the picture is read upside down about the effective tilt.
+    const float t_c = view.camera_tilt;
+    float t_e = t_c;
+    view.over_pole = std::fabs(t_c) > 90.0f;
+    if (view.over_pole) t_e = t_c > 90.0f ? 180.0f - t_c : -180.0f - t_c;
+
+    // Half fields of view in radians, and the ray's scale of the lens model.
+    const float half_h = (h_fov * 0.5f) * kDegToRadF;
+    const float half_v = (v_fov * 0.5f) * kDegToRadF;
+    view.scale_h = lens_value(ctx.projection_type, half_h);
+    view.scale_v = lens_value(ctx.projection_type, half_v);
+
+    // Cosine and sine of the effective tilt; the sine from the cosine.
+    const float c_t = static_cast<float>(std::cos(static_cast<double>(t_e * kDegToRadF)));
+    float s_t = std::sqrt(1.0f - c_t * c_t);
+    if (t_e < 0.0f) s_t = -s_t;
+    view.effective_tilt_cos = c_t;
+    view.effective_tilt_sin = s_t;
+    return view;
+}
+
+PanTiltF direction_of_pixel_f(const DirectionViewF &view, std::int32_t x, std::int32_t y) {
+    const float t_c = view.camera_tilt;
+    if (view.degenerate) return {view.camera_pan, t_c};
+
+    // Back to the unrotated picture, in integers, then as float.
+    const Pixel un = rotate_out_of_picture(view.picture.rot, x, y, view.picture.width, view.picture.height);
     float fx = static_cast<float>(un.x);
     float fy = static_cast<float>(un.y);
 
-    // 3. Clamp to the right and bottom edges only; pixels left of or above
-    //    the picture are used as they are, as stored positions expect.
-    const float width = static_cast<float>(ctx.pic_width);
-    const float height = static_cast<float>(ctx.pic_height);
-    if (width < fx) fx = width;
-    if (height < fy) fy = height;
+    // Clamp to the right and bottom edges only; pixels left of or above the
+    // picture are used as they are, as stored positions expect.
+    if (view.width < fx) fx = view.width;
+    if (view.height < fy) fy = view.height;
 
-    // 4. Normalised picture coordinates, -1 to +1, v upwards.
-    const double u_half = static_cast<double>(fx / width) - 0.5;
+    // Normalised picture coordinates, -1 to +1, v upwards; upside down over
+    // the pole.
+    const double u_half = static_cast<double>(fx / view.width) - 0.5;
     float u = static_cast<float>(u_half + u_half);
-    const double v_half = 0.5 - static_cast<double>(fy / height);
+    const double v_half = 0.5 - static_cast<double>(fy / view.height);
     float v = static_cast<float>(v_half + v_half);
-
-    // 5. Over the pole: read the picture upside down about the effective tilt.
-    float t_e = t_c;
-    if (std::fabs(t_c) > 90.0f) {
+    if (view.over_pole) {
         u = -u;
         v = -v;
-        t_e = t_c > 90.0f ? 180.0f - t_c : -180.0f - t_c;
     }
 
-    // 6. Half fields of view in radians.
-    const float half_h = (h_fov * 0.5f) * kDegToRadF;
-    const float half_v = (v_fov * 0.5f) * kDegToRadF;
-
-    // 7. The ray in the camera frame and its angle off the optical axis.
+    // The ray in the camera frame and its angle off the optical axis, by the
+    // inverse of the lens model.
     float ray_x;
     float ray_y;
     float r;
     float theta;
-    if (ctx.projection_type == kLensSine) {
-        ray_x = static_cast<float>(std::sin(static_cast<double>(half_h))) * u;
-        ray_y = static_cast<float>(std::sin(static_cast<double>(half_v))) * v;
+    if (view.picture.lens == kLensSine) {
+        ray_x = view.scale_h * u;
+        ray_y = view.scale_v * v;
         r = std::sqrt(ray_x * ray_x + ray_y * ray_y);
         theta = static_cast<float>(std::asin(static_cast<double>(r)));
-    } else if (ctx.projection_type == kLensEquidistant) {
-        ray_x = half_h * u;
-        ray_y = v * half_v;
+    } else if (view.picture.lens == kLensEquidistant) {
+        ray_x = view.scale_h * u;
+        ray_y = v * view.scale_v;
         r = std::sqrt(ray_y * ray_y + ray_x * ray_x);
         theta = r;
     } else {
-        ray_x = static_cast<float>(std::tan(static_cast<double>(half_h))) * u;
-        ray_y = static_cast<float>(std::tan(static_cast<double>(half_v))) * v;
+        ray_x = view.scale_h * u;
+        ray_y = view.scale_v * v;
         r = std::sqrt(ray_x * ray_x + ray_y * ray_y);
         theta = static_cast<float>(std::atan(static_cast<double>(r)));
     }
 
-    // 8. Unit ray: C along the optical axis. Close to the axis the picture
-    //    coordinates are used as the sideways components directly.
+    // Unit ray: C along the optical axis. Close to the axis the picture
+    // coordinates are used as the sideways components directly.
     float c;
     if (theta >= kSmallAngle) {
         const float s = static_cast<float>(std::sin(static_cast<double>(theta)));
@@ -208,33 +235,29 @@ PanTiltF pixel_to_direction_f(const viewgeo_context &ctx, std::int32_t x, std::i
         c = static_cast<float>(std::sqrt((1.0 - static_cast<double>(xx)) - static_cast<double>(yy)));
     }
 
-    // 9. Cosine and sine of the effective tilt; the sine from the cosine.
-    const float c_t = static_cast<float>(std::cos(static_cast<double>(t_e * kDegToRadF)));
-    float s_t = std::sqrt(1.0f - c_t * c_t);
-    if (t_e < 0.0f) s_t = -s_t;
-
-    // 10. Tilt the ray up into the level frame: N forward, E upwards.
+    // Tilt the ray up into the level frame: N forward, E upwards.
+    const float c_t = view.effective_tilt_cos;
+    const float s_t = view.effective_tilt_sin;
     const float n = c * c_t - ray_y * s_t;
     const float e = c * s_t + ray_y * c_t;
 
-    // 11. Tilt of the ray.
+    // Tilt of the ray.
     float tilt_out = static_cast<float>(std::asin(static_cast<double>(e)) * kRadToDegD);
 
-    // 12. Pan offset of the ray; straight sideways is +-90, straight up or
-    //     down no offset at all.
-    //     (N = 0 with X != 0 divides to an infinity, whose arc tangent is
-    //     the +-90 wanted.)
+    // Pan offset of the ray; straight sideways is +-90, straight up or down
+    // no offset at all. (N = 0 with X != 0 divides to an infinity, whose arc
+    // tangent is the +-90 wanted.)
     float q = 0.0f;
     if (n != 0.0f || ray_x != 0.0f) {
         q = static_cast<float>(std::atan(static_cast<double>(ray_x / n)) * kRadToDegD);
     }
 
-    // 13. Behind the camera: express the direction as a tilt past the zenith
-    //     or nadir with the pan offset kept within +-90, not as a pan turned
-    //     by 180 degrees. Positions stored by callers are in this form.
-    const bool over_pole = std::fabs(t_c) > 90.0f;
-    const bool level = std::fabs(t_c) <= 90.0f;
-    if ((level && n < 0.0f) || (over_pole && n >= 0.0f)) {
+    // Behind the camera: express the direction as a tilt past the zenith or
+    // nadir with the pan offset kept within +-90, not as a pan turned by 180
+    // degrees. Positions stored by callers are in this form. (The camera
+    // tilt comes from a Q16.16 word and is never NaN, so a view not over the
+    // pole is level.)
+    if ((!view.over_pole && n < 0.0f) || (view.over_pole && n >= 0.0f)) {
         tilt_out = tilt_out < 0.0f ? -180.0f - tilt_out : 180.0f - tilt_out;
         if (t_c != 0.0f) {
             if (t_c > 0.0f && e < 0.0f) {
@@ -245,31 +268,27 @@ PanTiltF pixel_to_direction_f(const viewgeo_context &ctx, std::int32_t x, std::i
         }
     }
 
-    // 14. Absolute pan, wrapped once into [-180, 180].
-    float pan_out = p_c + q;
+    // Absolute pan, wrapped once into [-180, 180].
+    float pan_out = view.camera_pan + q;
     if (pan_out > 180.0f) {
         pan_out -= 360.0f;
     } else if (pan_out < -180.0f) {
         pan_out += 360.0f;
     }
-
-    // 15.
     return {pan_out, tilt_out};
 }
 
-PanTiltF pixel_to_movement_f(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
-    // 1. Camera position.
-    const float p_c = q16_to_float(ctx.pan);
-    const float t_c = q16_to_float(ctx.tilt);
+MovementViewF prepare_movement_view_f(const viewgeo_context &ctx) {
+    return {prepare_direction_view_f(ctx), static_cast<float>(ctx.tilt)};
+}
 
-    // 2. Absolute direction of the pixel.
-    const PanTiltF dir = pixel_to_direction_f(ctx, x, y);
+PanTiltF movement_of_pixel_f(const MovementViewF &view, std::int32_t x, std::int32_t y) {
+    // Absolute direction of the pixel, and the movement from the camera.
+    const PanTiltF dir = direction_of_pixel_f(view.direction, x, y);
+    const float dp = dir.pan - view.direction.camera_pan;
+    const float dt = dir.tilt - view.direction.camera_tilt;
 
-    // 3. Movement from the camera position.
-    const float dp = dir.pan - p_c;
-    const float dt = dir.tilt - t_c;
-
-    // 4. One turn off at most, no wrap into +-180.
+    // One turn off at most, no wrap into +-180.
     float pan_out = dp;
     if (dp > 360.0f) {
         pan_out = dp - 360.0f;
@@ -277,14 +296,14 @@ PanTiltF pixel_to_movement_f(const viewgeo_context &ctx, std::int32_t x, std::in
         pan_out = dp + 360.0f;
     }
 
-    // 5. With the pan wrapped upwards the tilt is taken from the camera's
-    //    tilt word as a plain number, not scaled to degrees. Odd, but callers
-    //    rely on exactly this value, so it is kept.
+    // With the pan wrapped upwards the tilt is taken from the camera's tilt
+    // word as a plain number, not scaled to degrees. Odd, but callers rely on
+    // exactly this value, so it is kept.
     float tilt_out = dt;
     if (dt > 360.0f) {
         tilt_out = dt - 360.0f;
     } else if (dp < -360.0f) {
-        tilt_out = (dir.tilt - static_cast<float>(ctx.tilt)) + 360.0f;
+        tilt_out = (dir.tilt - view.tilt_word) + 360.0f;
     }
     return {pan_out, tilt_out};
 }
@@ -296,21 +315,30 @@ using namespace viewgeo;
 extern "C" {
 
 VIEWGEO_API void viewgeo_to_pixel_f(const viewgeo_context *ctx, int32_t *x, int32_t *y, float pan, float tilt) {
-    const PixelXY px = direction_to_pixel_f(*ctx, pan, tilt);
-    *x = px.x;
-    *y = px.y;
+    store(pixel_of_direction_f(prepare_pixel_view_f(*ctx), pan, tilt), x, y);
 }
 
 VIEWGEO_API void viewgeo_to_ptz_f(const viewgeo_context *ctx, float *pan, float *tilt, int32_t x, int32_t y) {
-    const PanTiltF pt = pixel_to_direction_f(*ctx, x, y);
-    *pan = pt.pan;
-    *tilt = pt.tilt;
+    store(direction_of_pixel_f(prepare_direction_view_f(*ctx), x, y), pan, tilt);
 }
 
 VIEWGEO_API void viewgeo_to_ptz_f_rel(const viewgeo_context *ctx, float *pan, float *tilt, int32_t x, int32_t y) {
-    const PanTiltF pt = pixel_to_movement_f(*ctx, x, y);
-    *pan = pt.pan;
-    *tilt = pt.tilt;
+    store(movement_of_pixel_f(prepare_movement_view_f(*ctx), x, y), pan, tilt);
+}
+
+VIEWGEO_API void viewgeo_to_pixel_f_array(const viewgeo_context *ctx, size_t n, const float *pan, const float *tilt,
+                                          int32_t *x, int32_t *y) {
+    project_each(prepare_pixel_view_f(*ctx), n, pan, tilt, x, y, pixel_of_direction_f);
+}
+
+VIEWGEO_API void viewgeo_to_ptz_f_array(const viewgeo_context *ctx, size_t n, const int32_t *x, const int32_t *y,
+                                        float *pan, float *tilt) {
+    project_each(prepare_direction_view_f(*ctx), n, x, y, pan, tilt, direction_of_pixel_f);
+}
+
+VIEWGEO_API void viewgeo_to_ptz_f_rel_array(const viewgeo_context *ctx, size_t n, const int32_t *x, const int32_t *y,
+                                            float *pan, float *tilt) {
+    project_each(prepare_movement_view_f(*ctx), n, x, y, pan, tilt, movement_of_pixel_f);
 }
 
 }  // extern "C"

@@ -54,6 +54,8 @@ std::uint32_t bits(float f);
 float from_bits(std::uint32_t w);
 inline std::uint32_t word(std::int32_t i) { return static_cast<std::uint32_t>(i); }
 inline std::int32_t int_of(std::uint32_t w) { return static_cast<std::int32_t>(w); }
+inline std::uint32_t word_of(float f) { return bits(f); }
+inline std::uint32_t word_of(std::int32_t i) { return word(i); }
 
 struct Calculation {
     std::string name;     // unique over all families
@@ -62,7 +64,34 @@ struct Calculation {
     std::function<Words(const Words &)> compute;
     std::function<Words(Rng &)> sample;
     int count;  // vectors to generate
+    // The calculation's array form, for those that have one: the point of
+    // the inputs as every element of one array of kArrayCopies, and the
+    // outputs of each element one after another. Each must have the bits of
+    // `compute`.
+    std::function<Words(const Words &)> compute_array = {};
 };
+
+inline constexpr std::size_t kArrayCopies = 3;
+
+// Runs an array form on kArrayCopies copies of the point (a, b) and returns
+// the outputs of each element, as compute_array does.
+template <class In, class OutA, class OutB, class Array>
+Words through_array(In a, In b, Array array) {
+    In in_a[kArrayCopies], in_b[kArrayCopies];
+    OutA out_a[kArrayCopies] = {};
+    OutB out_b[kArrayCopies] = {};
+    for (std::size_t i = 0; i < kArrayCopies; ++i) {
+        in_a[i] = a;
+        in_b[i] = b;
+    }
+    array(kArrayCopies, in_a, in_b, out_a, out_b);
+    Words out;
+    for (std::size_t i = 0; i < kArrayCopies; ++i) {
+        out.push_back(word_of(out_a[i]));
+        out.push_back(word_of(out_b[i]));
+    }
+    return out;
+}
 
 struct Family {
     std::string name;

@@ -278,6 +278,13 @@ int check(const char *path) {
             }
             return true;
         };
+        // The array form, where there is one, must give the single-point
+        // bits in every element.
+        bool array_ok = true;
+        if (v->calc->compute_array) {
+            const Words all = v->calc->compute_array(v->in);
+            for (std::size_t k = 0; k < all.size(); ++k) array_ok = array_ok && all[k] == got[k % got.size()];
+        }
         bool ok = matches(expected);
         if (!ok && !v->nan_outputs.empty()) {
             // The compiler does not keep a NaN's sign either: another
@@ -286,6 +293,11 @@ int check(const char *path) {
             ok = matches(v->out);
             for (const auto &variant : v->nan_outputs) ok = ok || matches(variant.second);
             other_variant += ok;
+        }
+        if (!array_ok) {
+            ok = false;
+            std::printf("%s:%d: %s: the array form differs from the single-point form\n", path, number,
+                        v->calc->name.c_str());
         }
         if (!ok) {
             ++failed;

@@ -166,7 +166,16 @@ Family overview_family() {
                      viewgeo_ovista_to_ptz_f(&o, &v, &pan, &tilt, int_of(in[kOverviewWords]), int_of(in[kOverviewWords + 1]));
                      return Words{bits(pan), bits(tilt)};
                  },
-                 sample_overview_pixel, 1200},
+                 sample_overview_pixel, 1200,
+                 [](const Words &in) {
+                     const viewgeo_ovista_context o = overview_of(in);
+                     const viewgeo_context v = picture_of(in);
+                     return through_array<int, float, float>(
+                         int_of(in[kOverviewWords]), int_of(in[kOverviewWords + 1]),
+                         [&](std::size_t n, const int *x, const int *y, float *pan, float *tilt) {
+                             viewgeo_ovista_to_ptz_f_array(&o, &v, n, x, y, pan, tilt);
+                         });
+                 }},
                 {"ovista_to_pixel_f", kOverviewKinds + "ff", "ii",
                  [](const Words &in) {
                      const viewgeo_ovista_context o = overview_of(in);
@@ -175,7 +184,16 @@ Family overview_family() {
                      viewgeo_ovista_to_pixel_f(&o, &v, from_bits(in[kOverviewWords]), from_bits(in[kOverviewWords + 1]), &x, &y);
                      return Words{word(x), word(y)};
                  },
-                 sample_overview_direction, 1200},
+                 sample_overview_direction, 1200,
+                 [](const Words &in) {
+                     const viewgeo_ovista_context o = overview_of(in);
+                     const viewgeo_context v = picture_of(in);
+                     return through_array<float, int, int>(
+                         from_bits(in[kOverviewWords]), from_bits(in[kOverviewWords + 1]),
+                         [&](std::size_t n, const float *pan, const float *tilt, int *x, int *y) {
+                             viewgeo_ovista_to_pixel_f_array(&o, &v, n, pan, tilt, x, y);
+                         });
+                 }},
             }};
 }
 

@@ -61,6 +61,20 @@ Words view_only(Rng &rng) {
 constexpr std::size_t kA = kViewWords;  // first argument after the view
 constexpr std::size_t kB = kViewWords + 1;
 
+std::int32_t argument(std::uint32_t w, std::int32_t) { return int_of(w); }
+float argument(std::uint32_t w, float) { return from_bits(w); }
+
+// A projection's array form on the vector's view and point.
+template <class In, class Out>
+Words through_view_array(const Words &in,
+                         void (*array)(const viewgeo_context *, std::size_t, const In *, const In *, Out *, Out *)) {
+    const viewgeo_context ctx = view_of(in, 0);
+    return through_array<In, Out, Out>(argument(in[kA], In{}), argument(in[kB], In{}),
+                                       [&](std::size_t n, const In *a, const In *b, Out *out_a, Out *out_b) {
+                                           array(&ctx, n, a, b, out_a, out_b);
+                                       });
+}
+
 }  // namespace
 
 Family projection_float_family() {
@@ -74,7 +88,8 @@ Family projection_float_family() {
                      viewgeo_to_pixel_f(&ctx, &x, &y, from_bits(in[kA]), from_bits(in[kB]));
                      return Words{word(x), word(y)};
                  },
-                 sample_direction_f, 1500},
+                 sample_direction_f, 1500,
+                 [](const Words &in) { return through_view_array(in, viewgeo_to_pixel_f_array); }},
                 {"to_ptz_f", "iiiiiiiiiiii", "ff",
                  [](const Words &in) {
                      const viewgeo_context ctx = view_of(in, 0);
@@ -82,7 +97,8 @@ Family projection_float_family() {
                      viewgeo_to_ptz_f(&ctx, &pan, &tilt, int_of(in[kA]), int_of(in[kB]));
                      return Words{bits(pan), bits(tilt)};
                  },
-                 sample_pixel_args, 1500},
+                 sample_pixel_args, 1500,
+                 [](const Words &in) { return through_view_array(in, viewgeo_to_ptz_f_array); }},
                 {"to_ptz_f_rel", "iiiiiiiiiiii", "ff",
                  [](const Words &in) {
                      const viewgeo_context ctx = view_of(in, 0);
@@ -90,7 +106,8 @@ Family projection_float_family() {
                      viewgeo_to_ptz_f_rel(&ctx, &pan, &tilt, int_of(in[kA]), int_of(in[kB]));
                      return Words{bits(pan), bits(tilt)};
                  },
-                 sample_pixel_args, 1500},
+                 sample_pixel_args, 1500,
+                 [](const Words &in) { return through_view_array(in, viewgeo_to_ptz_f_rel_array); }},
             }};
 }
 
@@ -105,7 +122,8 @@ Family projection_fixed_family() {
                      viewgeo_to_pixel_x(&ctx, &x, &y, int_of(in[kA]), int_of(in[kB]));
                      return Words{word(x), word(y)};
                  },
-                 sample_direction_x, 1500},
+                 sample_direction_x, 1500,
+                 [](const Words &in) { return through_view_array(in, viewgeo_to_pixel_x_array); }},
                 {"to_ptz_x", "iiiiiiiiiiii", "ii",
                  [](const Words &in) {
                      const viewgeo_context ctx = view_of(in, 0);
@@ -113,7 +131,8 @@ Family projection_fixed_family() {
                      viewgeo_to_ptz_x(&ctx, &pan, &tilt, int_of(in[kA]), int_of(in[kB]));
                      return Words{word(pan), word(tilt)};
                  },
-                 sample_pixel_args, 1500},
+                 sample_pixel_args, 1500,
+                 [](const Words &in) { return through_view_array(in, viewgeo_to_ptz_x_array); }},
                 {"to_ptz_x_rel", "iiiiiiiiiiii", "ii",
                  [](const Words &in) {
                      const viewgeo_context ctx = view_of(in, 0);
@@ -121,7 +140,8 @@ Family projection_fixed_family() {
                      viewgeo_to_ptz_x_rel(&ctx, &pan, &tilt, int_of(in[kA]), int_of(in[kB]));
                      return Words{word(pan), word(tilt)};
                  },
-                 sample_pixel_args, 1500},
+                 sample_pixel_args, 1500,
+                 [](const Words &in) { return through_view_array(in, viewgeo_to_ptz_x_rel_array); }},
             }};
 }
 

@@ -1,0 +1,241 @@
+// Many points of one view: the single-point projection called once per
+// point against the array form called once for all of them, for 1, 16 and
+// 1024 points, with the time per point as the counter `per_point`. Beside
+// them the per-point floor: the maths-library and fixed-point calls that
+// depend on the point and that no array form can share between points.
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <cstdint>
+#include <random>
+#include <vector>
+
+#include "call_chain.h"
+#include "viewgeo.h"
+
+namespace {
+
+constexpr int kViews = 16;
+constexpr std::size_t kMaxPoints = 1024;
+
+// Views as the camera uses them (mostly rectilinear, 1920 x 1080, fields
+// from 2 to 60 degrees, tilts from -55 to 0, vertical field derived), and
+// for each view points inside the picture and directions visible in it.
+struct View {
+    viewgeo_context ctx;
+    viewgeo_ovista_context overview;
+    std::vector<float> pan_f, tilt_f;
+    std::vector<std::int32_t> pan_x, tilt_x, x, y;
+};
+
+const std::vector<View> &views() {
+    static const std::vector<View> all = [] {
+        std::mt19937 gen(4242u);
+        std::uniform_real_distribution<float> pan(-180.0f, 180.0f), tilt(-55.0f, 0.0f), fov(2.0f, 60.0f);
+        std::vector<View> out(kViews);
+        for (View &v : out) {
+            v.ctx = viewgeo_context{};
+            viewgeo_set_pantilt_f(&v.ctx, pan(gen), tilt(gen));
+            viewgeo_set_horiz_fov_f(&v.ctx, fov(gen));
+            viewgeo_set_pic_dim(&v.ctx, 1920, 1080);
+            viewgeo_set_projection_type(&v.ctx, gen() % 8 == 0 ? 1 : 2);
+            viewgeo_set_pic_rot(&v.ctx, gen() % 4 == 0 ? 180 : 0);
+            v.overview = viewgeo_ovista_context{};
+            v.overview.center_x = 0.5f;
+            v.overview.center_y = 0.5f;
+            v.overview.field_angle = 99.0f;
+            v.overview.radius_x = 0.3046875f;
+            v.overview.radius_y = 0.541666687f;
+            v.overview.center_tilt = -90.0f;
+            v.overview.pan_comp = {1, 0.0f, 0.001f, 0.1f, 0.0f};
+            v.overview.y_comp = {2, 1e-6f, 0.0f, 0.01f, 0.5f};
+            for (std::size_t i = 0; i < kMaxPoints; ++i) {
+                const auto px = static_cast<std::int32_t>(gen() % 1920u);
+                const auto py = static_cast<std::int32_t>(gen() % 1080u);
+                v.x.push_back(px);
+                v.y.push_back(py);
+                float p = 0.0f, t = 0.0f;
+                viewgeo_to_ptz_f(&v.ctx, &p, &t, static_cast<std::int32_t>(gen() % 1920u),
+                                 static_cast<std::int32_t>(gen() % 1080u));
+                v.pan_f.push_back(p);
+                v.tilt_f.push_back(t);
+                std::int32_t pw = 0, tw = 0;
+                viewgeo_to_ptz_x(&v.ctx, &pw, &tw, px, py);
+                v.pan_x.push_back(pw);
+                v.tilt_x.push_back(tw);
+            }
+        }
+        return out;
+    }();
+    return all;
+}
+
+void set_per_point(benchmark::State &state, std::size_t n) {
+    state.counters["per_point"] = benchmark::Counter(static_cast<double>(state.iterations()) * static_cast<double>(n),
+                                                     benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+// Every projection as a single-point loop and as one array call over the
+// first n inputs of a view, the views taken in turn.
+template <class In, class Out>
+struct Form {
+    void (*single)(const View &, In, In, Out *, Out *);
+    void (*array)(const View &, std::size_t, const In *, const In *, Out *, Out *);
+};
+
+template <class In, class Out>
+void run(benchmark::State &state, const Form<In, Out> &form, bool array, const std::vector<In> View::*a,
+         const std::vector<In> View::*b) {
+    const auto n = static_cast<std::size_t>(state.range(0));
+    const auto &vs = views();
+    std::vector<Out> out_a(n), out_b(n);
+    std::size_t k = 0;
+    for (auto _ : state) {
+        const View &v = vs[k++ % kViews];
+        const In *ia = (v.*a).data();
+        const In *ib = (v.*b).data();
+        if (array) {
+            form.array(v, n, ia, ib, out_a.data(), out_b.data());
+        } else {
+            for (std::size_t i = 0; i < n; ++i) form.single(v, ia[i], ib[i], &out_a[i], &out_b[i]);
+        }
+        benchmark::DoNotOptimize(out_a.data());
+        benchmark::DoNotOptimize(out_b.data());
+        benchmark::ClobberMemory();
+    }
+    set_per_point(state, n);
+}
+
+// The projections of the PTZ view, whose single-point forms take the
+// outputs first and the inputs last, as template arguments.
+template <class In, class Out, void (*Single)(const viewgeo_context *, Out *, Out *, In, In),
+          void (*Array)(const viewgeo_context *, std::size_t, const In *, const In *, Out *, Out *)>
+constexpr Form<In, Out> view_form() {
+    return {[](const View &v, In a, In b, Out *p, Out *q) { Single(&v.ctx, p, q, a, b); },
+            [](const View &v, std::size_t n, const In *a, const In *b, Out *p, Out *q) { Array(&v.ctx, n, a, b, p, q); }};
+}
+
+const auto kToPixelF = view_form<float, std::int32_t, viewgeo_to_pixel_f, viewgeo_to_pixel_f_array>();
+const auto kToPtzF = view_form<std::int32_t, float, viewgeo_to_ptz_f, viewgeo_to_ptz_f_array>();
+const auto kToPtzFRel = view_form<std::int32_t, float, viewgeo_to_ptz_f_rel, viewgeo_to_ptz_f_rel_array>();
+const auto kToPixelX = view_form<std::int32_t, std::int32_t, viewgeo_to_pixel_x, viewgeo_to_pixel_x_array>();
+const auto kToPtzX = view_form<std::int32_t, std::int32_t, viewgeo_to_ptz_x, viewgeo_to_ptz_x_array>();
+const auto kToPtzXRel = view_form<std::int32_t, std::int32_t, viewgeo_to_ptz_x_rel, viewgeo_to_ptz_x_rel_array>();
+const Form<std::int32_t, float> kOvistaToPtzF{
+    [](const View &v, std::int32_t x, std::int32_t y, float *p, float *t) {
+        viewgeo_ovista_to_ptz_f(&v.overview, &v.ctx, p, t, x, y);
+    },
+    [](const View &v, std::size_t n, const std::int32_t *x, const std::int32_t *y, float *p, float *t) {
+        viewgeo_ovista_to_ptz_f_array(&v.overview, &v.ctx, n, x, y, p, t);
+    }};
+const Form<float, std::int32_t> kOvistaToPixelF{
+    [](const View &v, float p, float t, std::int32_t *x, std::int32_t *y) {
+        viewgeo_ovista_to_pixel_f(&v.overview, &v.ctx, p, t, x, y);
+    },
+    [](const View &v, std::size_t n, const float *p, const float *t, std::int32_t *x, std::int32_t *y) {
+        viewgeo_ovista_to_pixel_f_array(&v.overview, &v.ctx, n, p, t, x, y);
+    }};
+
+#define VIEWGEO_ARRAY_BENCH(name, form, a, b)                                                         \
+    void BM_##name##_Single(benchmark::State &state) { run(state, form, false, &View::a, &View::b); } \
+    void BM_##name##_Array(benchmark::State &state) { run(state, form, true, &View::a, &View::b); }  \
+    BENCHMARK(BM_##name##_Single)->Arg(1)->Arg(16)->Arg(1024);                                        \
+    BENCHMARK(BM_##name##_Array)->Arg(1)->Arg(16)->Arg(1024)
+
+VIEWGEO_ARRAY_BENCH(ToPixelFArray, kToPixelF, pan_f, tilt_f);
+VIEWGEO_ARRAY_BENCH(ToPtzFArray, kToPtzF, x, y);
+VIEWGEO_ARRAY_BENCH(ToPtzFRelArray, kToPtzFRel, x, y);
+VIEWGEO_ARRAY_BENCH(ToPixelXArray, kToPixelX, pan_x, tilt_x);
+VIEWGEO_ARRAY_BENCH(ToPtzXArray, kToPtzX, x, y);
+VIEWGEO_ARRAY_BENCH(ToPtzXRelArray, kToPtzXRel, x, y);
+VIEWGEO_ARRAY_BENCH(OvistaToPtzFArray, kOvistaToPtzF, x, y);
+VIEWGEO_ARRAY_BENCH(OvistaToPixelFArray, kOvistaToPixelF, pan_f, tilt_f);
+
+// The per-point floors: the calls of each point stage on its usual path
+// (rectilinear lens, ray more than 0.1 rad off the axis), each waiting for
+// the results its argument is computed from (see call_chain.h), on
+// arguments of the usual size. Both pan/tilt forms of a family share one.
+using viewgeo::bench::after;
+
+// Pixel forms, float: sincos of the pan offset and of the target tilt, the
+// square root and arc sine of the angle off the axis, its lens value.
+template <class C>
+void BM_ArrayPointFloor_ToPixelF(benchmark::State &state) {
+    const std::uint64_t zero = viewgeo::bench::opaque_zero();
+    double d = 0.3, t = -0.4;
+    for (auto _ : state) {
+        const double s = C::sqrt(after(zero, 0.2, C::sin(d), C::cos(d), C::sin(t), C::cos(t)));
+        const double theta = C::asin(after(zero, 0.45, s));
+        benchmark::DoNotOptimize(C::lens(2, after(zero, 0.46f, theta)));
+        benchmark::DoNotOptimize(d);
+        benchmark::DoNotOptimize(t);
+    }
+    set_per_point(state, 1);
+}
+
+// Pan/tilt forms, float: the radius's square root, its arc tangent, sin of
+// the angle and a square root, arc sine and arc tangent of the result.
+template <class C>
+void BM_ArrayPointFloor_ToPtzF(benchmark::State &state) {
+    const std::uint64_t zero = viewgeo::bench::opaque_zero();
+    float r2 = 0.09f;
+    for (auto _ : state) {
+        const float r = C::sqrtf(r2);
+        const double theta = C::atan(static_cast<double>(r));
+        const double s = C::sin(theta);
+        const float c = C::sqrtf(after(zero, 0.91f, s));
+        const double tilt = C::asin(after(zero, 0.3, c));
+        const double pan = C::atan(after(zero, 0.2, c));
+        benchmark::DoNotOptimize(tilt);
+        benchmark::DoNotOptimize(pan);
+        benchmark::DoNotOptimize(r2);
+    }
+    set_per_point(state, 1);
+}
+
+// Pixel form, Q16.16: four fixed-point sines and cosines, one square root,
+// the arc sine of the angle off the axis and its lens value.
+template <class C>
+void BM_ArrayPointFloor_ToPixelX(benchmark::State &state) {
+    const std::uint64_t zero = viewgeo::bench::opaque_zero();
+    std::int32_t d = 19660, t = -26214;
+    for (auto _ : state) {
+        const std::int32_t s = C::fx_sqrt(after(zero, 13107, C::fx_sin(d), C::fx_cos(d), C::fx_sin(t), C::fx_cos(t)));
+        const double theta = C::asin(after(zero, 0.45, s));
+        benchmark::DoNotOptimize(C::lens(2, after(zero, 0.46f, theta)));
+        benchmark::DoNotOptimize(d);
+        benchmark::DoNotOptimize(t);
+    }
+    set_per_point(state, 1);
+}
+
+// Pan/tilt forms, Q16.16: the radius's square root, its arc tangent, one
+// fixed-point sine and square root, arc sine and arc tangent of the result.
+template <class C>
+void BM_ArrayPointFloor_ToPtzX(benchmark::State &state) {
+    const std::uint64_t zero = viewgeo::bench::opaque_zero();
+    std::int32_t r2 = 5898;
+    for (auto _ : state) {
+        const std::int32_t r = C::fx_sqrt(r2);
+        const double theta = C::atan(after(zero, 0.3, r));
+        const std::int32_t s = C::fx_sin(after(zero, 19005, theta));
+        const std::int32_t c = C::fx_sqrt(after(zero, 59638, s));
+        const double tilt = C::asin(after(zero, 0.3, c));
+        const double pan = C::atan(after(zero, 0.2, c));
+        benchmark::DoNotOptimize(tilt);
+        benchmark::DoNotOptimize(pan);
+        benchmark::DoNotOptimize(r2);
+    }
+    set_per_point(state, 1);
+}
+
+BENCHMARK_TEMPLATE(BM_ArrayPointFloor_ToPixelF, viewgeo::bench::Calls);
+BENCHMARK_TEMPLATE(BM_ArrayPointFloor_ToPixelF, viewgeo::bench::Links);
+BENCHMARK_TEMPLATE(BM_ArrayPointFloor_ToPtzF, viewgeo::bench::Calls);
+BENCHMARK_TEMPLATE(BM_ArrayPointFloor_ToPtzF, viewgeo::bench::Links);
+BENCHMARK_TEMPLATE(BM_ArrayPointFloor_ToPixelX, viewgeo::bench::Calls);
+BENCHMARK_TEMPLATE(BM_ArrayPointFloor_ToPixelX, viewgeo::bench::Links);
+BENCHMARK_TEMPLATE(BM_ArrayPointFloor_ToPtzX, viewgeo::bench::Calls);
+BENCHMARK_TEMPLATE(BM_ArrayPointFloor_ToPtzX, viewgeo::bench::Links);
+
+}  // namespace
