@@ -351,13 +351,38 @@ TEST(RemoteFov, RoundsTheValueAsTheSettersDo) {
     EXPECT_EQ(c.ctx->horiz_fov, q16_mul(2182349, 116508));
 }
 
-TEST(RemoteFov, HugeValueSaturates) {
+// A field of view no lens has counts as no value: the context keeps its own.
+class RemoteFovOutOfRange : public ::testing::TestWithParam<const char *> {};
+
+TEST_P(RemoteFovOutOfRange, IsNoValidVfov) {
     TempRoot root;
-    root.write(kConf, "[lens_fov]\nvfov = 1e30\n");
+    root.write(kConf, std::string("[lens_fov]\nvfov = ") + GetParam() + "\n");
+    Context c(deg(10), deg(10));
+    const q16 vert = c.ctx->vert_fov;
+    const q16 horiz = c.ctx->horiz_fov;
+    EXPECT_EQ(viewgeo_get_remote_fov(c.ctx), -1);
+    EXPECT_EQ(c.ctx->vert_fov, vert);
+    EXPECT_EQ(c.ctx->horiz_fov, horiz);
+}
+
+INSTANTIATE_TEST_SUITE_P(NonFiniteOrOutside0To180, RemoteFovOutOfRange,
+                         ::testing::Values("nan", "-nan", "inf", "-inf", "infinity", "1e39", "1e30", "180", "180.5",
+                                           "0", "-0", "-40", "1e-50"));
+
+TEST(RemoteFov, InvalidValueDoesNotHideAnEarlierValidOne) {
+    TempRoot root;
+    root.write(kConf, "[lens_fov]\nvfov = 40\nvfov = inf\n");
     Context c(deg(10), deg(10));
     ASSERT_EQ(viewgeo_get_remote_fov(c.ctx), 0);
-    EXPECT_EQ(c.ctx->vert_fov, INT32_MAX);
-    EXPECT_EQ(c.ctx->horiz_fov, q16_mul(INT32_MAX, 116508));
+    EXPECT_EQ(c.ctx->vert_fov, deg(40));
+}
+
+TEST(RemoteFov, JustInsideTheRangeIsValid) {
+    TempRoot root;
+    root.write(kConf, "[lens_fov]\nvfov = 179.99\n");
+    Context c(deg(10), deg(10));
+    ASSERT_EQ(viewgeo_get_remote_fov(c.ctx), 0);
+    EXPECT_EQ(c.ctx->vert_fov, q16_from_float(179.99f));
 }
 
 }  // namespace
