@@ -129,7 +129,9 @@ std::string rewritten(std::string_view old_text, int channel, const std::string 
         // last line, the new header would not read as one, and its keys
         // would land in the group before it.
         if (!out.empty() && out.back() != '\n') out.push_back('\n');
-        out.append("[channel_" + std::to_string(channel) + "]\n");
+        char header[32];
+        std::snprintf(header, sizeof header, "[channel_%d]\n", channel);
+        out.append(header);
         out.append(keys);
     }
     return out;
@@ -178,7 +180,14 @@ int rewrite_locked(int channel, float center_pan, float center_tilt, int calibra
     bool old_exists = false;
     if (read_old_file(path, old_text, old_exists) != 0) return -1;
     const std::string keys = key_lines(center_pan, center_tilt, calibration_status, auto_calibrated);
-    if (write_new_file(new_path, rewritten(old_text, channel, keys)) != 0) return -1;
+    const std::string new_text = rewritten(old_text, channel, keys);
+    // A file the readers would refuse is not written: the old one stays.
+    if (new_text.size() > kInikitMaxFileSize) {
+        errno = EFBIG;
+        set_last_error("write", new_path);
+        return -1;
+    }
+    if (write_new_file(new_path, new_text) != 0) return -1;
 
     // The new file is complete from here on; a failure leaves it behind for
     // the next rewrite, which truncates it.
