@@ -90,6 +90,15 @@ FILE *fopen(const char *path, const char *mode) {
     return std::fopen(ResolvedPath(path).c_str(), mode);
 }
 
+namespace {
+// Closes a descriptor that did not become a stream; null with errno `err`.
+FILE *close_and_fail(int fd, int err) {
+    ::close(fd);
+    errno = err;
+    return nullptr;
+}
+}  // namespace
+
 FILE *fopen_new_for_write(const char *path) {
     VIEWGEO_FAIL_IF(Op::FopenNew, nullptr);
     // Whatever another process left at the path is checked before anything
@@ -98,11 +107,7 @@ FILE *fopen_new_for_write(const char *path) {
     // anything but a regular file is refused rather than truncated.
     const int fd = ::open(ResolvedPath(path).c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
     if (fd < 0) return nullptr;
-    auto fail = [fd](int err) -> FILE * {
-        ::close(fd);
-        errno = err;
-        return nullptr;
-    };
+    auto fail = [fd](int err) { return close_and_fail(fd, err); };
     struct stat st;
     if (::fstat(fd, &st) != 0) return fail(errno);
     if (!S_ISREG(st.st_mode)) return fail(EINVAL);
@@ -119,11 +124,7 @@ FILE *fopen_regular_for_read(const char *path, std::size_t limit) {
     VIEWGEO_FAIL_IF(Op::Fopen, nullptr);
     const int fd = ::open(ResolvedPath(path).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) return nullptr;
-    auto fail = [fd](int err) -> FILE * {
-        ::close(fd);
-        errno = err;
-        return nullptr;
-    };
+    auto fail = [fd](int err) { return close_and_fail(fd, err); };
     struct stat st;
     if (::fstat(fd, &st) != 0) return fail(errno);
     if (S_ISDIR(st.st_mode)) return fail(EISDIR);

@@ -369,20 +369,22 @@ INSTANTIATE_TEST_SUITE_P(NonFiniteOrOutside0To180, RemoteFovOutOfRange,
                          ::testing::Values("nan", "-nan", "inf", "-inf", "infinity", "1e39", "1e30", "180", "180.5",
                                            "0", "-0", "-40", "1e-50"));
 
-TEST(RemoteFov, InvalidValueDoesNotHideAnEarlierValidOne) {
-    TempRoot root;
-    root.write(kConf, "[lens_fov]\nvfov = 40\nvfov = inf\n");
-    Context c(deg(10), deg(10));
-    ASSERT_EQ(viewgeo_get_remote_fov(c.ctx), 0);
-    EXPECT_EQ(c.ctx->vert_fov, deg(40));
-}
-
-TEST(RemoteFov, JustInsideTheRangeIsValid) {
-    TempRoot root;
-    root.write(kConf, "[lens_fov]\nvfov = 179.99\n");
-    Context c(deg(10), deg(10));
-    ASSERT_EQ(viewgeo_get_remote_fov(c.ctx), 0);
-    EXPECT_EQ(c.ctx->vert_fov, q16_from_float(179.99f));
+TEST(RemoteFov, ValidValuesBesideInvalidOnesAreTaken) {
+    struct Case {
+        const char *lines;
+        q16 vfov;
+    };
+    // An invalid later value does not hide a valid one; just inside the
+    // range is valid.
+    const Case cases[] = {{"vfov = 40\nvfov = inf\n", deg(40)}, {"vfov = 179.99\nvfov = 180\n", q16_from_float(179.99f)}};
+    for (const Case &k : cases) {
+        SCOPED_TRACE(k.lines);
+        TempRoot root;
+        root.write(kConf, std::string("[lens_fov]\n") + k.lines);
+        Context c(deg(10), deg(10));
+        ASSERT_EQ(viewgeo_get_remote_fov(c.ctx), 0);
+        EXPECT_EQ(c.ctx->vert_fov, k.vfov);
+    }
 }
 
 }  // namespace
