@@ -365,8 +365,9 @@ VIEWGEO_API int32_t viewgeo_to_remote_zoom(const viewgeo_context *ctx, int32_t x
  * Loads the remote lens's vertical field of view ([lens_fov] vfov, degrees,
  * the last valid entry) from /etc/viewgeo/remoteptz.conf into the context's
  * vert_fov, and sets horiz_fov to it times pic_width / pic_height (linear
- * scaling, Q16.16). Returns 0, or -1 (context untouched) when the picture
- * size is 0, the file is missing or holds no valid vfov.
+ * scaling, Q16.16). A valid vfov is finite and strictly between 0 and 180
+ * degrees. Returns 0, or -1 (context untouched) when the picture size is 0,
+ * the file is missing or unreadable, or it holds no valid vfov.
  */
 VIEWGEO_API int viewgeo_get_remote_fov(viewgeo_context *ctx);
 /**
