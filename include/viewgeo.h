@@ -20,34 +20,30 @@
  *   - Records are allocated by the library with malloc and released by the
  *     matching delete function.
  *
- * Threads: the library takes no lock, starts no thread and keeps no global
- * state except the cursor of the configuration reader. What may run at the
- * same time, by family:
+ * Threads: the library starts no thread and keeps no global state. What may
+ * run at the same time, by family:
  *   - Numbers and constants, angle and zoom utilities, the movement
  *     compensators (compensate_*, ovista_get_movement_dir): pure functions
  *     of their arguments, callable from any number of threads at once.
  *   - View context: one context per thread. A context is used by one thread
  *     at a time; distinct contexts are independent. Creating contexts in
- *     several threads at once is allowed (the misalignment data file is read
- *     through a private parser). The projections and getters only read the
- *     context; the setters, viewgeo_set_misalignment_data, the misalignment
- *     offset and compensation (which may load the data file into the
- *     context) and the remote functions that take a non-const context
- *     change it.
+ *     several threads at once is allowed. The projections and getters only
+ *     read the context; the setters, viewgeo_set_misalignment_data, the
+ *     misalignment offset and compensation (which may load the data file
+ *     into the context) and the remote functions that take a non-const
+ *     context change it.
  *   - Overview context: one record per thread, as for the view context; its
  *     projections only read it and the view context they are given.
- *   - Configuration reads: the remote-camera reads of
- *     /etc/viewgeo/remoteptz.conf (every remote function that needs a
- *     channel's calibration or the remote field of view) and the overview
- *     loads (viewgeo_ovista_context_create, viewgeo_ovista_context_restore,
- *     load_conf) share one process-wide parser cursor. No two of them may
- *     overlap, whatever their files and threads: the caller serialises them.
- *   - File rewrites: viewgeo_set_remote_center always writes through
- *     /etc/viewgeo/remoteptz.conf.new, and the overview writes (save, backup,
- *     restore, save_conf) through the target's ".tmp" sibling. Two rewrites
- *     of the same file must not overlap, in one process or across
- *     processes; the caller serialises them. A rewrite may overlap a read of
- *     its file: the reader sees the whole old or the whole new file.
+ *   - Configuration reads (the remote-camera reads of
+ *     /etc/viewgeo/remoteptz.conf, the overview loads) keep no shared parser
+ *     state: any number of them may run at once, in any threads.
+ *   - File rewrites: every writer of /etc/viewgeo (viewgeo_set_remote_center,
+ *     the overview save, backup and restore, save_conf) holds the exclusive
+ *     advisory lock (flock) of the target's directory for the whole
+ *     read-modify-write, so rewrites in any threads and processes follow
+ *     one another and none loses another's update. A rewrite may overlap a
+ *     read of its file: the reader sees the whole old or the whole new file.
+ *   - viewgeo_last_error() is per thread.
  * See docs/files.md for the files, their modes and owners.
  */
 #ifndef VIEWGEO_H
@@ -326,10 +322,8 @@ VIEWGEO_API int32_t viewgeo_compensate_misalignment_offset(viewgeo_context *ctx,
  * and one group [lens_fov] with the remote lens's vfov. The file is read
  * again on every call, never cached. Nothing here is logged.
  *
- * Threads: the file is read through the process-wide cursor of the
- * configuration reader and rewritten through one fixed ".new" path, so reads
- * and rewrites of it (and reads of the overview camera's file) must be
- * serialised by the caller. The context rules above apply as usual.
+ * Threads: reads need no serialising; rewrites serialise themselves (see
+ * the threads note at the top). The context rules above apply as usual.
  * ------------------------------------------------------------------------ */
 
 /** Calibration flags of one channel; the caller releases it with free(). */
@@ -341,16 +335,19 @@ typedef struct viewgeo_remote_calibration {
 /**
  * Stores the remote centre (degrees, written with six decimals) and the two
  * flags of `channel` in /etc/viewgeo/remoteptz.conf. The file is rewritten
- * through /etc/viewgeo/remoteptz.conf.new, synced, given the old file's mode
- * and group (owner: the real user id), renamed over the old one, and the
- * directory is synced. Every other group is kept byte for byte; the
- * channel's group, however often it appears, gets the new key lines, or is
- * appended when absent (on a new line when the old file lacks a final line
- * feed). Lines longer than 99 characters are judged in pieces of 99. A
- * missing old file is not an error. Returns 0, or -1 when the old file
- * exists but cannot be opened, the new file cannot be created, its mode or
- * owner cannot be set, or the rename or the directory sync fails; before the
- * rename the old file stays as it was.
+ * under the lock of /etc/viewgeo through /etc/viewgeo/remoteptz.conf.new,
+ * which is flushed, synced and closed, given the old file's mode and group
+ * (owner: the real user id), renamed over the old one, and the directory is
+ * synced. Every other group is kept byte for byte; the channel's group
+ * (every header the readers take for it, CRLF line ends, a byte order mark
+ * and blanks around the brackets included), however often it appears, gets
+ * the new key lines, or is appended when absent (on a new line when the old
+ * file lacks a final line feed). A missing old file is not an error.
+ * Returns 0, after which the readers return the new values; or -1 when the
+ * old file exists but is not a regular file of at most 1 MiB or cannot be
+ * read, or any step of writing the new file fails (the new file is then
+ * removed and the old file stays as it was), or the directory sync fails
+ * after the rename. viewgeo_last_error() tells which step failed.
  */
 VIEWGEO_API int viewgeo_set_remote_center(int channel, float center_pan, float center_tilt, int calibration_status, int auto_calibrated);
 /**
@@ -395,8 +392,9 @@ VIEWGEO_API int32_t viewgeo_to_remote_zoom(const viewgeo_context *ctx, int32_t x
  * Loads the remote lens's vertical field of view ([lens_fov] vfov, degrees,
  * the last valid entry) from /etc/viewgeo/remoteptz.conf into the context's
  * vert_fov, and sets horiz_fov to it times pic_width / pic_height (linear
- * scaling, Q16.16). Returns 0, or -1 (context untouched) when the picture
- * size is 0, the file is missing or holds no valid vfov.
+ * scaling, Q16.16). A valid vfov is finite and strictly between 0 and 180
+ * degrees. Returns 0, or -1 (context untouched) when the picture size is 0,
+ * the file is missing or unreadable, or it holds no valid vfov.
  */
 VIEWGEO_API int viewgeo_get_remote_fov(viewgeo_context *ctx);
 /**
@@ -627,6 +625,20 @@ VIEWGEO_API int save_lens_group(const viewgeo_ovista_context *ctx, FILE *stream)
 VIEWGEO_API int save_compensator(const viewgeo_ovista_compensator *comp, const char *group, FILE *stream);
 /** Prints "key = value" with six decimals; 0, or -1 after logging the failure. */
 VIEWGEO_API int save_float(FILE *stream, const char *key, float value);
+
+/* ---------------------------------------------------------------------------
+ * Errors of file operations
+ * ------------------------------------------------------------------------ */
+
+/**
+ * Why the calling thread's last file operation failed: the step, the path
+ * and the system's reason, for example
+ * "rename /etc/viewgeo/remoteptz.conf.new: Read-only file system". Every
+ * library call that reads or writes a file clears it when it starts, so it
+ * is "" (never null) when the thread's last such call had no failed file
+ * operation. The text stays valid until the thread's next such call.
+ */
+VIEWGEO_API const char *viewgeo_last_error(void);
 
 #ifdef __cplusplus
 }

@@ -1,6 +1,5 @@
 #include "misalign/misalignment_loader.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -8,8 +7,10 @@
 #include "misalign/misalignment_text.h"
 #include "platform/fs.h"
 #include "platform/inikit.h"
+#include "platform/last_error.h"
 #include "platform/log.h"
 #include "platform/paths.h"
+#include "platform/value_scan.h"
 
 namespace viewgeo {
 namespace {
@@ -24,10 +25,6 @@ struct FreeText {
     void operator()(char *text) const { std::free(text); }
 };
 using OwnedText = std::unique_ptr<char, FreeText>;
-
-struct FreeParser {
-    void operator()(inikit *parser) const { inikit_free(parser); }
-};
 
 // What the file says. No exceptions: the loader runs inside C entry points,
 // so a copy that fails is recorded rather than thrown.
@@ -69,9 +66,9 @@ void take_entry(const inikit_entry &entry, FileContents &out) {
             out.valid = false;
         }
     } else if (std::strcmp(key, "PAN_ROTATION_STEPS") == 0) {
-        if (std::sscanf(value, "%d", &out.pan_steps) != 1) out.valid = false;
+        if (!scan_int(value, &out.pan_steps)) out.valid = false;
     } else if (std::strcmp(key, "TILT_ROTATION_STEPS") == 0) {
-        if (std::sscanf(value, "%d", &out.tilt_steps) != 1) out.valid = false;
+        if (!scan_int(value, &out.tilt_steps)) out.valid = false;
     }
 }
 
@@ -88,14 +85,16 @@ bool replace_text(char *&field, const char *text) {
 
 void load_misalignment_data(viewgeo_context *ctx) {
     const char *path = platform::kMisalignmentDataPath;
+    platform::clear_last_error();
     // Missing: nothing changes, and the next offset query looks again.
     if (!platform::fs::exists(path)) return;
 
     ctx->mo_state = 1;
     FileContents contents;
     {
-        const std::unique_ptr<inikit, FreeParser> parser(inikit_new());
+        const InikitHandle parser(inikit_new());
         if (parser == nullptr || !inikit_load_cfg(parser.get(), path)) {
+            platform::set_last_error("read", path);
             platform::log_error(kLoadFailed, path);
             ctx->mo_state = 2;
             return;

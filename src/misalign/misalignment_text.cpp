@@ -1,17 +1,29 @@
 #include "misalign/misalignment_text.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/value_scan.h"
+
 namespace viewgeo {
 
+namespace {
+
+// After a number, the "," that must follow it: the rest of the text after
+// the comma, or null.
+const char *after_comma(const char *at) { return at != nullptr && *at == ',' ? at + 1 : nullptr; }
+
+}  // namespace
+
 bool scan_mechanical_offset(const char *text, int *pan, int *tilt) {
-    return std::sscanf(text, "%d,%d", pan, tilt) == 2;
+    const char *at = after_comma(scan_int_prefix(text, pan));
+    return at != nullptr && scan_int_prefix(at, tilt) != nullptr;
 }
 
 bool scan_optical_piece(const char *piece, float *zoom, int *pan, int *tilt) {
-    return std::sscanf(piece, "%f,%d,%d", zoom, pan, tilt) == 3;
+    const char *at = after_comma(scan_float_field(piece, zoom));
+    at = at != nullptr ? after_comma(scan_int_prefix(at, pan)) : nullptr;
+    return at != nullptr && scan_int_prefix(at, tilt) != nullptr;
 }
 
 char *cut_piece(char **rest) {

@@ -1,6 +1,9 @@
 // The two calibration texts of the misalignment data:
 //   mechanical offset "pan,tilt"            (motor steps, "%d,%d")
 //   optical offset    "zoom,pan,tilt;..."   (each piece "%f,%d,%d")
+// read as the C library's scanf reads those formats (blanks before a number
+// skipped, anything after the last number ignored), except that an integer
+// out of the 32-bit range saturates, the same on every target.
 // Nothing here throws: the texts come through C entry points.
 #pragma once
 

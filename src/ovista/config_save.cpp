@@ -1,13 +1,15 @@
-// Writing a context to the overview configuration file, atomically: the
-// text goes to a ".tmp" sibling, is synced, renamed over the target, and
-// the directory is synced so that the rename survives a power cut.
+// Writing a context to the overview configuration file, atomically: under
+// the lock of the target's directory, the text goes to a ".tmp" sibling, is
+// synced, renamed over the target, and the directory is synced so that the
+// rename survives a power cut.
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <libgen.h>
+#include <string>
 
 #include "ovista/config.h"
 #include "platform/fs.h"
+#include "platform/last_error.h"
 #include "platform/log.h"
 #include "platform/paths.h"
 
@@ -40,8 +42,26 @@ char *temp_name(const char *path) {
     return name;
 }
 
+// What each failure code of a save means, for viewgeo_last_error().
+const char *step_of(int code) {
+    switch (code) {
+    case -1: return "allocate name for";
+    case -2: return "create";
+    case -3: return "write";
+    case -4: return "fsync";
+    case -5: return "close";
+    case -6: return "chmod";
+    case -7: return "rename";
+    case -8: return "open directory of";
+    case -9: return "fsync directory of";
+    default: return "close directory of";
+    }
+}
+
 // Logs the failed step with the errno it left, frees the name, gives -1.
 int fail(const char *path, int code, char *tmp) {
+    // The temporary file is what the steps up to the rename act on.
+    platform::set_last_error(step_of(code), code <= -2 && code >= -7 && tmp != nullptr ? tmp : path);
     platform::log_error(kSaveFailed, path, errno, code);
     std::free(tmp);
     return -1;
@@ -68,51 +88,54 @@ int save_ovista_float(std::FILE *stream, const char *key, float value) {
     return 0;
 }
 
-int save_ovista_common(const viewgeo_ovista_context *ctx, std::FILE *stream) {
-    int count = 0;
-    if (fs::print(stream, "[common]\n") < 0) {
-        platform::log_error("Failed to print common group header to config.");
-        count -= 1;
+namespace {
+
+// A group header, "[name]"; -1 (logged with `message`) when it fails.
+int save_header(std::FILE *stream, const char *group, const char *message) {
+    if (fs::print(stream, "[%s]\n", group) < 0) {
+        platform::log_error("%s", message);
+        return -1;
     }
-    count += save_ovista_float(stream, "ovista_center_pan", ctx->center_pan);
-    count += save_ovista_float(stream, "ovista_center_tilt", ctx->center_tilt);
+    return 0;
+}
+
+// The float lines of `keys` in table order; minus the failed lines.
+template <class Object, class Key, std::size_t N>
+int save_floats(std::FILE *stream, const Object &object, const Key (&keys)[N]) {
+    int count = 0;
+    for (const Key &k : keys) count += save_ovista_float(stream, k.key, object.*k.field);
+    return count;
+}
+
+}  // namespace
+
+int save_ovista_common(const viewgeo_ovista_context *ctx, std::FILE *stream) {
+    int count = save_header(stream, kOvistaCommonGroup, "Failed to print common group header to config.");
+    count += save_floats(stream, *ctx, kOvistaCommonKeys);
     return count;
 }
 
 int save_ovista_lens(const viewgeo_ovista_context *ctx, std::FILE *stream) {
-    int count = 0;
-    if (fs::print(stream, "[lens_charac]\n") < 0) {
-        platform::log_error("Failed to print lens group header to config.");
-        count -= 1;
-    }
-    count += save_ovista_float(stream, "center_x", ctx->center_x);
-    count += save_ovista_float(stream, "center_y", ctx->center_y);
-    count += save_ovista_float(stream, "radius_x", ctx->radius_x);
-    count += save_ovista_float(stream, "radius_y", ctx->radius_y);
-    count += save_ovista_float(stream, "field_angle", ctx->field_angle);
+    int count = save_header(stream, kOvistaLensGroup, "Failed to print lens group header to config.");
+    count += save_floats(stream, *ctx, kOvistaLensKeys);
     return count;
 }
 
 int save_ovista_compensator(const viewgeo_ovista_compensator *comp, const char *group, std::FILE *stream) {
-    int count = 0;
-    if (fs::print(stream, "[%s]\n", group) < 0) {
-        platform::log_error("Failed to print compensator group header to config.");
-        count -= 1;
-    }
-    if (fs::print(stream, "type = %d\n", static_cast<int>(comp->type)) < 0) {
+    int count = save_header(stream, group, "Failed to print compensator group header to config.");
+    if (fs::print(stream, "%s = %d\n", kOvistaTypeKey, static_cast<int>(comp->type)) < 0) {
         platform::log_error("Failed to print compensator type to config.");
         // Sets rather than adds, so a failed header and type count once;
         // kept, the code in the log has always been computed this way.
         count = -1;
     }
-    count += save_ovista_float(stream, "A", comp->A);
-    count += save_ovista_float(stream, "B", comp->B);
-    count += save_ovista_float(stream, "C", comp->C);
-    count += save_ovista_float(stream, "D", comp->D);
+    count += save_floats(stream, *comp, kOvistaCoefficientKeys);
     return count;
 }
 
-int save_ovista_conf(const viewgeo_ovista_context *ctx, const char *path) {
+namespace {
+
+int save_locked(const viewgeo_ovista_context *ctx, const char *path) {
     char *tmp = temp_name(path);
     if (tmp == nullptr) return fail(path, -1, tmp);
 
@@ -124,10 +147,9 @@ int save_ovista_conf(const viewgeo_ovista_context *ctx, const char *path) {
     int printed = 0;
     printed += save_ovista_common(ctx, file);
     printed += save_ovista_lens(ctx, file);
-    printed += save_ovista_compensator(&ctx->pan_comp, "pan_comp", file);
-    printed += save_ovista_compensator(&ctx->tilt_comp, "tilt_comp", file);
-    printed += save_ovista_compensator(&ctx->x_comp, "x_comp", file);
-    printed += save_ovista_compensator(&ctx->y_comp, "y_comp", file);
+    for (const OvistaCompensatorGroup &g : kOvistaCompensatorGroups) {
+        printed += save_ovista_compensator(&(ctx->*g.compensator), g.name, file);
+    }
 
     if (fs::fflush(file) != 0) {
         close_keeping_errno(file);
@@ -141,8 +163,9 @@ int save_ovista_conf(const viewgeo_ovista_context *ctx, const char *path) {
     if (fs::chmod(tmp, 0664) != 0) return fail(path, -6, tmp);
     if (fs::rename(tmp, path) != 0) return fail(path, -7, tmp);
 
-    // The name is no longer needed, so dirname may cut it in place.
-    const int dir = fs::open_dir(::dirname(tmp));
+    std::string dir_name;
+    if (fs::dirname(tmp, dir_name) != 0) return fail(path, -8, tmp);
+    const int dir = fs::open_dir(dir_name.c_str());
     if (dir < 0) return fail(path, -8, tmp);
     if (fs::fsync_fd(dir) != 0) {
         const int saved = errno;
@@ -154,10 +177,74 @@ int save_ovista_conf(const viewgeo_ovista_context *ctx, const char *path) {
     std::free(tmp);
 
     if (printed != 0) {
+        platform::set_last_error("write", path, "a line could not be printed");
         platform::log_error(kSaveFailed, path, errno, printed);
         return -1;
     }
     return 0;
+}
+
+// Holds the lock of a target's directory for the whole of a rewrite, so
+// writers in other threads and processes wait for it. A directory that
+// does not exist cannot be locked and needs no lock: the write then fails
+// at its own step, as it always has.
+class DirectoryLock {
+public:
+    explicit DirectoryLock(const char *target) {
+        std::string dir;
+        if (fs::dirname(target, dir) != 0) {
+            failed_ = true;
+            return;
+        }
+        fd_ = fs::lock_dir(dir.c_str());
+        if (fd_ < 0 && errno != ENOENT) {
+            failed_ = true;
+            platform::set_last_error("lock", dir.c_str());
+        }
+    }
+    ~DirectoryLock() { fs::unlock_dir(fd_); }
+    DirectoryLock(const DirectoryLock &) = delete;
+    DirectoryLock &operator=(const DirectoryLock &) = delete;
+    bool failed() const { return failed_; }
+
+private:
+    int fd_ = -1;
+    bool failed_ = false;
+};
+
+// A lock that cannot be taken fails the write as if the temporary file
+// could not be created (code -2), with the lock's errno.
+int lock_failed(const char *path) {
+    platform::log_error(kSaveFailed, path, errno, -2);
+    return -1;
+}
+
+}  // namespace
+
+int save_ovista_conf(const viewgeo_ovista_context *ctx, const char *path) {
+    platform::clear_last_error();
+    const DirectoryLock lock(path);
+    if (lock.failed()) return lock_failed(path);
+    return save_locked(ctx, path);
+}
+
+int restore_ovista_conf(viewgeo_ovista_context **ctx) {
+    const char *path = platform::kOvistaConfigPath;
+    platform::clear_last_error();
+    // One lock for the read of the backup and the write of the working file:
+    // both lie in the same directory.
+    const DirectoryLock lock(path);
+    if (lock.failed()) return lock_failed(path);
+    viewgeo_ovista_context *restored = nullptr;
+    // A missing backup is no error: the context and the working file then go
+    // back to the defaults, on purpose.
+    load_ovista_conf(&restored, platform::kOvistaBackupPath);
+    if (restored == nullptr) return -1;
+    const int saved = save_locked(restored, path);
+    // The caller gets the restored values even when the file kept the old.
+    std::free(*ctx);
+    *ctx = restored;
+    return saved;
 }
 
 }  // namespace viewgeo

@@ -1,12 +1,15 @@
 #include "platform/fs.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <csignal>
 #include <fcntl.h>
+#include <libgen.h>
 #include <new>
 #include <string>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include "platform/paths.h"
@@ -21,17 +24,20 @@ struct Injection {
     int err = 0;
     int skip = 0;
 };
-constexpr int kOpCount = static_cast<int>(Op::ReadFile) + 1;
+constexpr int kOpCount = static_cast<int>(Op::LockDir) + 1;
 Injection injections[kOpCount];
-int calls_counted = 0;
-int kill_at = 0;
+// Atomic: tests read configurations from several threads at once.
+std::atomic<int> calls_counted = 0;
+std::atomic<int> kill_at = 0;
+thread_local std::vector<Op> calls_traced;
 
 // True when this call of `op` is to fail; errno is then set. Every call of
 // the layer passes here first, so this is also where a call is counted and
 // where an armed kill happens.
 bool should_fail(Op op) {
-    ++calls_counted;
-    if (kill_at > 0 && calls_counted == kill_at) std::raise(SIGKILL);
+    const int call = ++calls_counted;
+    if (kill_at > 0 && call == kill_at) std::raise(SIGKILL);
+    if (op != Op::Ferror) calls_traced.push_back(op);
     Injection &inj = injections[static_cast<int>(op)];
     if (!inj.armed) return false;
     if (inj.skip > 0) {
@@ -57,6 +63,10 @@ void kill_at_call(int n) {
 
 int calls_made() { return calls_counted; }
 
+void start_trace() { calls_traced.clear(); }
+
+const std::vector<Op> &trace() { return calls_traced; }
+
 #define VIEWGEO_FAIL_IF(op, result) \
     if (should_fail(op)) return result
 #else
@@ -80,6 +90,15 @@ FILE *fopen(const char *path, const char *mode) {
     return std::fopen(ResolvedPath(path).c_str(), mode);
 }
 
+namespace {
+// Closes a descriptor that did not become a stream; null with errno `err`.
+FILE *close_and_fail(int fd, int err) {
+    ::close(fd);
+    errno = err;
+    return nullptr;
+}
+}  // namespace
+
 FILE *fopen_new_for_write(const char *path) {
     VIEWGEO_FAIL_IF(Op::FopenNew, nullptr);
     // Whatever another process left at the path is checked before anything
@@ -88,11 +107,7 @@ FILE *fopen_new_for_write(const char *path) {
     // anything but a regular file is refused rather than truncated.
     const int fd = ::open(ResolvedPath(path).c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
     if (fd < 0) return nullptr;
-    auto fail = [fd](int err) -> FILE * {
-        ::close(fd);
-        errno = err;
-        return nullptr;
-    };
+    auto fail = [fd](int err) { return close_and_fail(fd, err); };
     struct stat st;
     if (::fstat(fd, &st) != 0) return fail(errno);
     if (!S_ISREG(st.st_mode)) return fail(EINVAL);
@@ -103,6 +118,35 @@ FILE *fopen_new_for_write(const char *path) {
     FILE *file = ::fdopen(fd, "w");
     if (file == nullptr) return fail(errno);
     return file;
+}
+
+FILE *fopen_regular_for_read(const char *path, std::size_t limit) {
+    VIEWGEO_FAIL_IF(Op::Fopen, nullptr);
+    const int fd = ::open(ResolvedPath(path).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return nullptr;
+    auto fail = [fd](int err) { return close_and_fail(fd, err); };
+    struct stat st;
+    if (::fstat(fd, &st) != 0) return fail(errno);
+    if (S_ISDIR(st.st_mode)) return fail(EISDIR);
+    if (!S_ISREG(st.st_mode)) return fail(EINVAL);
+    if (st.st_size < 0 || static_cast<std::size_t>(st.st_size) > limit) return fail(EFBIG);
+    FILE *file = ::fdopen(fd, "r");
+    if (file == nullptr) return fail(errno);
+    return file;
+}
+
+char *fgets(char *buf, int size, FILE *file) {
+    VIEWGEO_FAIL_IF(Op::Fgets, nullptr);
+    return std::fgets(buf, size, file);
+}
+
+bool feof(FILE *file) { return std::feof(file) != 0; }
+
+bool ferror(FILE *file) {
+#ifdef VIEWGEO_TEST_SEAM
+    if (should_fail(Op::Ferror)) return true;
+#endif
+    return std::ferror(file) != 0;
 }
 
 int fflush(FILE *file) {
@@ -127,6 +171,11 @@ int fclose(FILE *file) {
     return std::fclose(file);
 }
 
+int write(FILE *file, const char *data, std::size_t size) {
+    VIEWGEO_FAIL_IF(Op::Print, -1);
+    return std::fwrite(data, 1, size, file) == size ? 0 : -1;
+}
+
 int print(FILE *file, const char *format, ...) {
     VIEWGEO_FAIL_IF(Op::Print, -1);
     va_list args;
@@ -149,6 +198,48 @@ int chown(const char *path, uid_t owner, gid_t group) {
 int rename(const char *from, const char *to) {
     VIEWGEO_FAIL_IF(Op::Rename, -1);
     return std::rename(ResolvedPath(from).c_str(), ResolvedPath(to).c_str());
+}
+
+int unlink(const char *path) {
+    VIEWGEO_FAIL_IF(Op::Unlink, -1);
+    return ::unlink(ResolvedPath(path).c_str());
+}
+
+uid_t getuid() {
+#ifdef VIEWGEO_TEST_SEAM
+    should_fail(Op::Getuid);  // counted and traced; it cannot fail
+#endif
+    return ::getuid();
+}
+
+int dirname(const char *path, std::string &dir) {
+    VIEWGEO_FAIL_IF(Op::Dirname, -1);
+    try {
+        std::string copy(path);  // dirname() may cut its argument in place
+        dir = ::dirname(copy.data());
+    } catch (const std::bad_alloc &) {
+        errno = ENOMEM;
+        return -1;
+    }
+    return 0;
+}
+
+int lock_dir(const char *path) {
+    VIEWGEO_FAIL_IF(Op::LockDir, -1);
+    const int fd = ::open(ResolvedPath(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) return -1;
+    while (::flock(fd, LOCK_EX) != 0) {
+        if (errno == EINTR) continue;
+        const int saved = errno;
+        ::close(fd);
+        errno = saved;
+        return -1;
+    }
+    return fd;
+}
+
+void unlock_dir(int fd) {
+    if (fd >= 0) ::close(fd);
 }
 
 int open_dir(const char *path) {
@@ -180,7 +271,7 @@ namespace {
 // getting exactly that many bytes back means the end was reached, without a
 // further read that returns 0. Anything else (a file that grew or shrank, a
 // device, a FIFO) is read until a read returns 0.
-int read_to_end(int fd, std::size_t limit, std::string &text) {
+int read_to_end(int fd, std::size_t limit, bool regular_only, std::string &text) {
     struct stat st;
     if (::fstat(fd, &st) != 0) return -1;
     if (S_ISDIR(st.st_mode)) {
@@ -188,6 +279,10 @@ int read_to_end(int fd, std::size_t limit, std::string &text) {
         return -1;
     }
     const bool regular = S_ISREG(st.st_mode);
+    if (regular_only && !regular) {
+        errno = EINVAL;
+        return -1;
+    }
     const std::size_t expected = regular ? static_cast<std::size_t>(st.st_size) : 0;
     if (regular && (st.st_size < 0 || expected > limit)) {
         errno = EFBIG;
@@ -221,17 +316,27 @@ int read_to_end(int fd, std::size_t limit, std::string &text) {
     return 0;
 }
 
-}  // namespace
-
-int read_file(const char *path, std::size_t limit, std::string &text) {
-    VIEWGEO_FAIL_IF(Op::ReadFile, -1);
-    const int fd = ::open(ResolvedPath(path).c_str(), O_RDONLY | O_CLOEXEC);
+int read_whole(const char *path, std::size_t limit, bool regular_only, std::string &text) {
+    const int flags = regular_only ? O_RDONLY | O_NONBLOCK | O_CLOEXEC : O_RDONLY | O_CLOEXEC;
+    const int fd = ::open(ResolvedPath(path).c_str(), flags);
     if (fd < 0) return -1;
-    const int result = read_to_end(fd, limit, text);
+    const int result = read_to_end(fd, limit, regular_only, text);
     const int saved = errno;
     ::close(fd);
     errno = saved;
     return result;
+}
+
+}  // namespace
+
+int read_file(const char *path, std::size_t limit, std::string &text) {
+    VIEWGEO_FAIL_IF(Op::ReadFile, -1);
+    return read_whole(path, limit, false, text);
+}
+
+int read_regular_file(const char *path, std::size_t limit, std::string &text) {
+    VIEWGEO_FAIL_IF(Op::ReadFile, -1);
+    return read_whole(path, limit, true, text);
 }
 
 }  // namespace viewgeo::platform::fs

@@ -89,6 +89,25 @@ bool read_header(std::string_view line, std::string_view &name) {
     return true;
 }
 
+}  // namespace
+
+InikitLine inikit_classify_line(std::string_view line, std::string_view *name) {
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    const bool whole = line.size() <= kInikitMaxLineLength && line.find('\0') == std::string_view::npos;
+    while (!line.empty() && is_blank(line.front())) line.remove_prefix(1);
+    // A dropped header would let its entries land in the group above.
+    if (!whole) return !line.empty() && line.front() == '[' ? InikitLine::BadHeader : InikitLine::Other;
+    if (line.empty() || line.front() == ';' || line.front() == '#') return InikitLine::Other;
+    line = strip(cut_inline_comment(line));
+    if (line.front() != '[') return InikitLine::Other;
+    std::string_view found;
+    if (!read_header(line, found)) return InikitLine::BadHeader;
+    if (name != nullptr) *name = found;
+    return InikitLine::Header;
+}
+
+namespace {
+
 // Hands libinih the next line that holds an entry, de-indented, without its
 // comment, line end guaranteed; headers, comments and untrustworthy lines
 // are dealt with here. libinih continues indented lines, splits long ones
@@ -103,26 +122,24 @@ char *feed_line(char *str, int num, void *stream) {
             parse.text.remove_prefix(eol == std::string_view::npos ? parse.text.size() : eol + 1);
             if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
 
-            const bool whole = line.size() <= kInikitMaxLineLength && line.find('\0') == std::string_view::npos;
-            while (!line.empty() && is_blank(line.front())) line.remove_prefix(1);
-            if (!whole) {
-                // A dropped header would let its entries land in the group above.
-                if (!line.empty() && line.front() == '[') parse.group_known = false;
+            std::string_view name;
+            const InikitLine kind = inikit_classify_line(line, &name);
+            if (kind == InikitLine::BadHeader) {
+                parse.group_known = false;
                 continue;
             }
+            if (kind == InikitLine::Header) {
+                parse.group_known = true;
+                std::string &strings = parse.kit->strings;
+                parse.group = strings.size();
+                strings.append(name);
+                strings.push_back('\0');
+                continue;
+            }
+            if (line.size() > kInikitMaxLineLength || line.find('\0') != std::string_view::npos) continue;
+            while (!line.empty() && is_blank(line.front())) line.remove_prefix(1);
             if (line.empty() || line.front() == ';' || line.front() == '#') continue;
             line = strip(cut_inline_comment(line));
-            if (line.front() == '[') {
-                std::string_view name;
-                parse.group_known = read_header(line, name);
-                if (parse.group_known) {
-                    std::string &strings = parse.kit->strings;
-                    parse.group = strings.size();
-                    strings.append(name);
-                    strings.push_back('\0');
-                }
-                continue;
-            }
             if (!parse.group_known) continue;
             const std::size_t sep = find_separator(line);
             if (sep == std::string_view::npos || sep == 0) continue;  // no key or no separator
@@ -168,7 +185,7 @@ void clear_entries(inikit &kit) {
 
 bool load(inikit &kit, const char *path) {
     clear_entries(kit);
-    if (viewgeo::platform::fs::read_file(path, kInikitMaxFileSize, kit.text) != 0) return false;
+    if (viewgeo::platform::fs::read_regular_file(path, kInikitMaxFileSize, kit.text) != 0) return false;
     // The strings of a file take at most about as many bytes as its text.
     kit.strings.reserve(std::min(kit.text.size() + 2, kKeptCapacity));
     kit.strings.push_back('\0');
@@ -191,13 +208,12 @@ bool load(inikit &kit, const char *path) {
     return true;
 }
 
-// The cursor form's file: loading it again replaces what it held. It is
-// never destroyed, so a host program's exit handlers can still read a file;
-// the buffers it keeps are small (see kKeptCapacity).
+// The cursor form's file, one per thread: loading it again replaces what
+// it held, and threads never share one. It is released when its thread
+// ends; the buffers it keeps are small (see kKeptCapacity).
 inikit &cursor() {
-    alignas(inikit) static unsigned char storage[sizeof(inikit)];
-    static inikit *const kit = new (storage) inikit;
-    return *kit;
+    thread_local inikit kit;
+    return kit;
 }
 
 }  // namespace

@@ -29,20 +29,24 @@
 // Files: a missing final newline and CRLF line ends are accepted; a UTF-8
 // byte order mark at the start is skipped; an empty file gives no entries
 // and loads. Loading fails (0) for a file that cannot be opened or read (a
-// missing or unreadable file, a directory) or is larger than
-// kInikitMaxFileSize bytes; nothing is logged. A failed load leaves no entries.
+// missing or unreadable file), is not a regular file (a directory, a FIFO,
+// a device: it is opened without blocking and refused at once) or is larger
+// than kInikitMaxFileSize bytes; nothing is logged. A failed load leaves no
+// entries.
 //
 // libinih's option variables are shared by the whole process; this layer
 // reads none and writes none. It works with their defaults, and a host
 // program that changes them cannot make it split lines or merge them.
 //
 // Paths are the logical absolute paths of paths.h and are resolved inside.
-// The cursor form keeps one open file for the whole process: its users must
-// not overlap, and opening a file closes the one open before. The handle
-// form has no shared state.
+// The cursor form keeps one open file per thread: opening a file closes the
+// one the same thread opened before. The handle form has no shared state.
+// Every read may run in any number of threads at once.
 #pragma once
 
 #include <cstddef>
+#include <memory>
+#include <string_view>
 
 inline constexpr std::size_t kInikitMaxLineLength = 190;
 inline constexpr std::size_t kInikitMaxFileSize = 1024 * 1024;
@@ -55,7 +59,7 @@ struct inikit_entry {
     const char *value;
 };
 
-// Cursor form: one implicit, process-wide open file.
+// Cursor form: one implicit open file per thread.
 // Closes the open file, then opens and parses `path`; nonzero on success, 0
 // when it cannot be read (then no file is open).
 int inikit_opencfg(const char *path);
@@ -75,3 +79,18 @@ int inikit_load_cfg(inikit *handle, const char *path);
 const inikit_entry *inikit_get_next_cfg(inikit *handle);
 // Releases the handle and its entries; null is allowed.
 void inikit_free(inikit *handle);
+
+// A handle that frees itself.
+struct InikitFree {
+    void operator()(inikit *handle) const { inikit_free(handle); }
+};
+using InikitHandle = std::unique_ptr<inikit, InikitFree>;
+
+// What one line (without its "\n"; a "\r" before it is allowed) is by the
+// rules above: a header, whose name (brackets and blanks removed) goes to
+// *name; a header that is not well-formed or a dropped line that starts
+// like one (the entries after it have no known group); or anything else.
+// The writers of the library judge headers with this, so that they and the
+// reader agree on where each group starts.
+enum class InikitLine { Other, Header, BadHeader };
+InikitLine inikit_classify_line(std::string_view line, std::string_view *name);

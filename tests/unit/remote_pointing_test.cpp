@@ -347,13 +347,40 @@ TEST(RemoteFov, RoundsTheValueAsTheSettersDo) {
     EXPECT_EQ(c.get()->horiz_fov, q16_mul(2182349, 116508));
 }
 
-TEST(RemoteFov, HugeValueSaturates) {
+// A field of view no lens has counts as no value: the context keeps its own.
+class RemoteFovOutOfRange : public ::testing::TestWithParam<const char *> {};
+
+TEST_P(RemoteFovOutOfRange, IsNoValidVfov) {
     TempRoot root;
-    root.write(kConf, "[lens_fov]\nvfov = 1e30\n");
+    root.write(kConf, std::string("[lens_fov]\nvfov = ") + GetParam() + "\n");
     const View c = main_view(deg(10), deg(10));
-    ASSERT_EQ(viewgeo_get_remote_fov(c.get()), 0);
-    EXPECT_EQ(c.get()->vert_fov, INT32_MAX);
-    EXPECT_EQ(c.get()->horiz_fov, q16_mul(INT32_MAX, 116508));
+    const q16 vert = c.get()->vert_fov;
+    const q16 horiz = c.get()->horiz_fov;
+    EXPECT_EQ(viewgeo_get_remote_fov(c.get()), -1);
+    EXPECT_EQ(c.get()->vert_fov, vert);
+    EXPECT_EQ(c.get()->horiz_fov, horiz);
+}
+
+INSTANTIATE_TEST_SUITE_P(NonFiniteOrOutside0To180, RemoteFovOutOfRange,
+                         ::testing::Values("nan", "-nan", "inf", "-inf", "infinity", "1e39", "1e30", "180", "180.5",
+                                           "0", "-0", "-40", "1e-50"));
+
+TEST(RemoteFov, ValidValuesBesideInvalidOnesAreTaken) {
+    struct Case {
+        const char *lines;
+        q16 vfov;
+    };
+    // An invalid later value does not hide a valid one; just inside the
+    // range is valid.
+    const Case cases[] = {{"vfov = 40\nvfov = inf\n", deg(40)}, {"vfov = 179.99\nvfov = 180\n", q16_from_float(179.99f)}};
+    for (const Case &k : cases) {
+        SCOPED_TRACE(k.lines);
+        TempRoot root;
+        root.write(kConf, std::string("[lens_fov]\n") + k.lines);
+        const View c = main_view(deg(10), deg(10));
+        ASSERT_EQ(viewgeo_get_remote_fov(c.get()), 0);
+        EXPECT_EQ(c.get()->vert_fov, k.vfov);
+    }
 }
 
 }  // namespace

@@ -217,15 +217,19 @@ TEST(RemoteStoreWrite, LongLinesOfOtherGroupsAreCopiedWhole) {
     EXPECT_EQ(root.read(kConf), old + group("[channel_1]", "1.000000", "2.000000", 0, 0));
 }
 
-TEST(RemoteStoreWrite, LongLineIsJudgedInPiecesOf99Characters) {
+TEST(RemoteStoreWrite, LongLineIsJudgedWholeAsTheReaderJudgesIt) {
     TempRoot root;
-    // The second 99-character piece of the long line is "[channel_1]\n" and
-    // is taken for a header on its own.
-    const std::string lead = "[lens_fov]\n" + std::string(99, 'a');
-    root.write(kConf, lead + "[channel_1]\ncenter_pan = 5\nother = 6\n[channel_2]\nk = v\n");
+    // "[channel_1]" at the end of a long line starts no group for the reader,
+    // so it starts none for the writer: the group is appended and reads back.
+    const std::string old = "[lens_fov]\n" + std::string(99, 'a') +
+                            "[channel_1]\ncenter_pan = 5\nother = 6\n[channel_2]\nk = v\n";
+    root.write(kConf, old);
     EXPECT_EQ(viewgeo_set_remote_center(1, 7.0f, 8.0f, 0, 1), 0);
-    EXPECT_EQ(root.read(kConf),
-              lead + group("[channel_1]", "7.000000", "8.000000", 0, 1) + "[channel_2]\nk = v\n");
+    EXPECT_EQ(root.read(kConf), old + group("[channel_1]", "7.000000", "8.000000", 0, 1));
+    viewgeo_remote_calibration *read = viewgeo_get_remote_calibrated(1);
+    ASSERT_NE(read, nullptr);
+    EXPECT_EQ(read->auto_calibrated, 1);
+    std::free(read);
 }
 
 TEST(RemoteStoreWrite, LongLineInsideTheChannelsGroupIsDroppedInFull) {
@@ -263,15 +267,17 @@ TEST(RemoteStoreWrite, BinaryContentIsCopiedByteForByte) {
     EXPECT_EQ(root.read(kConf), blob + group("[channel_9]", "1.000000", "2.000000", 3, 4));
 }
 
-TEST(RemoteStoreWrite, NulBytesInsideTheChannelsHeaderLineStillMatch) {
+TEST(RemoteStoreWrite, HeaderLineWithANulByteNamesNoChannel) {
     TempRoot root;
-    // The header test looks at the whole piece; the number is scanned up to
-    // the NUL.
-    const std::string header("[channel_7\0zz]\n", 15);
-    root.write(kConf, header + "center_pan = 1\n[x]\n");
+    // The reader drops a line holding a NUL byte, so the writer does not take
+    // it for the channel's header: it is copied and the group appended.
+    const std::string old = std::string("[channel_7\0zz]\n", 15) + "center_pan = 1\n[x]\n";
+    root.write(kConf, old);
     EXPECT_EQ(viewgeo_set_remote_center(7, 3.0f, 4.0f, 0, 0), 0);
-    EXPECT_EQ(root.read(kConf), header + "center_pan = 3.000000\ncenter_tilt = 4.000000\n"
-                                         "calibration_status = 0\nauto_calibrated = 0\n[x]\n");
+    EXPECT_EQ(root.read(kConf), old + group("[channel_7]", "3.000000", "4.000000", 0, 0));
+    Context c;
+    EXPECT_EQ(viewgeo_get_remote_center(c.ctx, 7), 0);
+    EXPECT_EQ(c.ctx->pan, q16_from_float(3.0f));
 }
 
 TEST(RemoteStoreWrite, ChannelWithoutGroupNameIsWrittenInFull) {
@@ -388,11 +394,13 @@ INSTANTIATE_TEST_SUITE_P(AfterRename, RemoteStoreDirectorySyncFailure,
                              }
                          });
 
-TEST(RemoteStoreWrite, FileSyncFailureIsNotReported) {
+TEST(RemoteStoreWrite, FileSyncFailureFailsAndRemovesTheNewFile) {
     TempRoot root;
     fs::inject_failure(fs::Op::Fsync, EIO);
-    EXPECT_EQ(viewgeo_set_remote_center(2, 10.5f, -3.25f, 1, 0), 0);
-    EXPECT_EQ(root.read(kConf), group("[channel_2]", "10.500000", "-3.250000", 1, 0));
+    EXPECT_EQ(viewgeo_set_remote_center(2, 10.5f, -3.25f, 1, 0), -1);
+    EXPECT_FALSE(root.exists(kConf));
+    EXPECT_FALSE(root.exists(kConfNew));
+    EXPECT_STREQ(viewgeo_last_error(), "fsync /etc/viewgeo/remoteptz.conf.new: Input/output error");
 }
 
 // --- readers ------------------------------------------------------------
