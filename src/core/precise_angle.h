@@ -42,8 +42,10 @@ inline SinCos sincos_deg(double degrees) {
     if (!(std::fabs(d) < 1.0e15)) d = std::remainder(d, 360.0);
     const double q = nearest_integer(d / 90.0);
     const double r = (d - q * 90.0) * kDegToRad;
-    const double s = std::sin(r);
-    const double c = std::cos(r);
+    // A whole number of quarter turns (a level camera, a pole, no rotation)
+    // needs no library call.
+    const double s = r == 0.0 ? r : std::sin(r);
+    const double c = r == 0.0 ? 1.0 : std::cos(r);
     // q is a whole number within +-2^51 here (NaN only for a NaN angle, whose
     // outputs are NaN whatever the quadrant), so the cast is defined.
     const std::int64_t quadrant = std::isnan(q) ? 0 : static_cast<std::int64_t>(q);
@@ -63,8 +65,12 @@ inline double wrap_half_turn(double deg) {
     return deg;
 }
 
-// Any finite angle brought into [-180, 180] exactly.
-inline double reduce_deg(double deg) { return std::remainder(deg, 360.0); }
+// Any finite angle brought into [-180, 180] exactly (the difference of two
+// close doubles is exact, as in sincos_deg).
+inline double reduce_deg(double deg) {
+    if (!(std::fabs(deg) < 1.0e15)) return std::remainder(deg, 360.0);
+    return deg - nearest_integer(deg / 360.0) * 360.0;
+}
 
 // A ray in a camera's own frame: x to the right of the picture, y up the
 // picture, z along the optical axis. Its length does not matter.

@@ -23,17 +23,22 @@ double great_circle(double pan_a, double tilt_a, double pan_b, double tilt_b) {
 }
 
 int cartesian_to_ptz(double x, double y, double z, double *pan, double *tilt) {
-    // Scaled by the largest component first, so that neither huge nor
-    // subnormal vectors overflow or lose their direction.
+    // Huge and tiny vectors are scaled by their largest component first, so
+    // that their squares neither overflow nor vanish.
     const double m = std::fmax(std::fabs(x), std::fmax(std::fabs(y), std::fabs(z)));
     if (!(m > 0.0) || !std::isfinite(m) || std::isnan(x) || std::isnan(y) || std::isnan(z)) {
         *pan = kNaN;
         *tilt = kNaN;
         return -1;
     }
-    const double sx = x / m;
-    const double sy = y / m;
-    const double sz = z / m;
+    double sx = x;
+    double sy = y;
+    double sz = z;
+    if (!(m > 1.0e-150 && m < 1.0e150)) {
+        sx = x / m;
+        sy = y / m;
+        sz = z / m;
+    }
     const double level = std::sqrt(sx * sx + sy * sy);
     *tilt = std::atan2(sz, level) * kRadToDeg;
     // Straight up or down has pan 0; -180 (from a negative zero y) is +180.

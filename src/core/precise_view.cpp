@@ -60,7 +60,7 @@ bool read_view(const viewgeo_context &ctx, View *view) {
         const double up = height * h.s;
         const double across = width * h.c;
         if (lens == kLensSine) {
-            g_v = up / std::hypot(up, across);
+            g_v = up / std::sqrt(up * up + across * across);
         } else if (lens == kLensEquidistant) {
             g_v = std::atan2(up, across);
         } else {
@@ -135,7 +135,8 @@ bool view_pixel_to_direction(const View &view, double x, double y, double *pan, 
     if (view.lens == kLensSine || view.lens == kLensEquidistant) {
         const double a = 2.0 * u_half * view.g_h;
         const double b = 2.0 * v_half * view.g_v;
-        const double rho = std::hypot(a, b);
+        // A square overflowing to infinity is beyond either rim, as it should.
+        const double rho = std::sqrt(a * a + b * b);
         if (view.lens == kLensSine) {
             if (!(rho <= 1.0)) return false;  // beyond the rim
             ray = {a, b, std::sqrt((1.0 - rho) * (1.0 + rho))};

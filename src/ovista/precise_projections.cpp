@@ -53,7 +53,8 @@ bool pixel_to_direction(const Fisheye &f, double x, double y, double *pan, doubl
     if (!std::isfinite(x) || !std::isfinite(y)) return false;
     const double right = x - f.center_x;
     const double down = y - f.center_y;
-    const double r = std::hypot(right, down);
+    // A square overflowing to infinity is far past the back of the lens.
+    const double r = std::sqrt(right * right + down * down);
     const double angle = r / f.px_per_degree;  // from the axis, degrees
     if (!(angle <= 180.0)) return false;       // past straight behind
     Ray ray{0.0, 0.0, 1.0};
