@@ -34,7 +34,7 @@ int cartesian_to_ptz(double x, double y, double z, double *pan, double *tilt) {
     double sx = x;
     double sy = y;
     double sz = z;
-    if (!(m > 1.0e-150 && m < 1.0e150)) {
+    if (!(m > 1.0e-100 && m < 1.0e100)) {
         sx = x / m;
         sy = y / m;
         sz = z / m;
