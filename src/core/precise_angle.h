@@ -19,6 +19,15 @@ inline constexpr double kPi = 3.141592653589793;
 // What a precise form writes to its outputs when it has no answer.
 inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
+// The result of a precise form with two outputs: 0, or -1 with both
+// outputs NaN when there is no answer.
+inline int answer(bool answered, double *a, double *b) {
+    if (answered) return 0;
+    *a = kNaN;
+    *b = kNaN;
+    return -1;
+}
+
 struct SinCos {
     double s;
     double c;

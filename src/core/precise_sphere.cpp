@@ -27,9 +27,7 @@ int cartesian_to_ptz(double x, double y, double z, double *pan, double *tilt) {
     // that their squares neither overflow nor vanish.
     const double m = std::fmax(std::fabs(x), std::fmax(std::fabs(y), std::fabs(z)));
     if (!(m > 0.0) || !std::isfinite(m) || std::isnan(x) || std::isnan(y) || std::isnan(z)) {
-        *pan = kNaN;
-        *tilt = kNaN;
-        return -1;
+        return answer(false, pan, tilt);
     }
     double sx = x;
     double sy = y;

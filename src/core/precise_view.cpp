@@ -176,24 +176,17 @@ extern "C" {
 VIEWGEO_API int viewgeo_to_pixel_d(const viewgeo_context *ctx, double pan, double tilt, double *x, double *y) {
     View view;
     PixelD pixel;
-    if (!read_view(*ctx, &view) || !view_direction_to_pixel(view, pan, tilt, &pixel)) {
-        *x = kNaN;
-        *y = kNaN;
-        return -1;
+    const bool answered = read_view(*ctx, &view) && view_direction_to_pixel(view, pan, tilt, &pixel);
+    if (answered) {
+        *x = pixel.x;
+        *y = pixel.y;
     }
-    *x = pixel.x;
-    *y = pixel.y;
-    return 0;
+    return answer(answered, x, y);
 }
 
 VIEWGEO_API int viewgeo_to_ptz_d(const viewgeo_context *ctx, double x, double y, double *pan, double *tilt) {
     View view;
-    if (!read_view(*ctx, &view) || !view_pixel_to_direction(view, x, y, pan, tilt)) {
-        *pan = kNaN;
-        *tilt = kNaN;
-        return -1;
-    }
-    return 0;
+    return answer(read_view(*ctx, &view) && view_pixel_to_direction(view, x, y, pan, tilt), pan, tilt);
 }
 
 }  // extern "C"

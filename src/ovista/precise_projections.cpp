@@ -106,23 +106,13 @@ extern "C" {
 VIEWGEO_API int viewgeo_ovista_to_ptz_d(const viewgeo_ovista_context *octx, const viewgeo_context *vctx, double x,
                                         double y, double *pan, double *tilt) {
     Fisheye f;
-    if (!read_fisheye(*octx, *vctx, &f) || !pixel_to_direction(f, x, y, pan, tilt)) {
-        *pan = kNaN;
-        *tilt = kNaN;
-        return -1;
-    }
-    return 0;
+    return answer(read_fisheye(*octx, *vctx, &f) && pixel_to_direction(f, x, y, pan, tilt), pan, tilt);
 }
 
 VIEWGEO_API int viewgeo_ovista_to_pixel_d(const viewgeo_ovista_context *octx, const viewgeo_context *vctx, double pan,
                                           double tilt, double *x, double *y) {
     Fisheye f;
-    if (!read_fisheye(*octx, *vctx, &f) || !direction_to_pixel(f, pan, tilt, x, y)) {
-        *x = kNaN;
-        *y = kNaN;
-        return -1;
-    }
-    return 0;
+    return answer(read_fisheye(*octx, *vctx, &f) && direction_to_pixel(f, pan, tilt, x, y), x, y);
 }
 
 }  // extern "C"
