@@ -1,0 +1,241 @@
+// Each precise (_d) form beside its bit-exact single-precision twin (_f),
+// on the same inputs: 1024 main-camera views (all three lenses, tilts
+// within +-80 degrees, horizontal fields 2 to 90 degrees, three picture
+// sizes, a quarter turned by 180) with pixels inside the picture and
+// directions visible in it; 1024 direction pairs and vectors; 1024 overview
+// pixels and directions of the default fisheye looking straight down.
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <random>
+#include <vector>
+
+#include "viewgeo.h"
+
+namespace {
+
+struct ViewCase {
+    viewgeo_context ctx;
+    std::int32_t x, y;  // a pixel inside the picture
+    float pan, tilt;    // a direction visible in it
+};
+
+const std::vector<ViewCase> &view_cases() {
+    static const std::vector<ViewCase> all = [] {
+        std::mt19937 gen(1616u);
+        std::uniform_real_distribution<float> pan(-180.0f, 180.0f), tilt(-80.0f, 80.0f), fov(2.0f, 90.0f);
+        const std::int32_t sizes[][2] = {{1920, 1080}, {1280, 720}, {704, 576}};
+        std::vector<ViewCase> out;
+        for (int i = 0; i < 1024; ++i) {
+            ViewCase c{};
+            const auto &s = sizes[gen() % 3];
+            viewgeo_set_pantilt_f(&c.ctx, pan(gen), tilt(gen));
+            viewgeo_set_horiz_fov_f(&c.ctx, fov(gen));
+            viewgeo_set_pic_dim(&c.ctx, s[0], s[1]);
+            viewgeo_set_projection_type(&c.ctx, static_cast<std::int32_t>(gen() % 3));
+            viewgeo_set_pic_rot(&c.ctx, gen() % 4 == 0 ? 180 : 0);
+            c.x = static_cast<std::int32_t>(gen() % static_cast<std::uint32_t>(s[0]));
+            c.y = static_cast<std::int32_t>(gen() % static_cast<std::uint32_t>(s[1]));
+            viewgeo_to_ptz_f(&c.ctx, &c.pan, &c.tilt, static_cast<std::int32_t>(gen() % static_cast<std::uint32_t>(s[0])),
+                             static_cast<std::int32_t>(gen() % static_cast<std::uint32_t>(s[1])));
+            out.push_back(c);
+        }
+        return out;
+    }();
+    return all;
+}
+
+struct SphereCase {
+    float pan_a, tilt_a, pan_b, tilt_b;
+    float x, y, z;  // a unit vector
+};
+
+const std::vector<SphereCase> &sphere_cases() {
+    static const std::vector<SphereCase> all = [] {
+        std::mt19937 gen(1617u);
+        std::uniform_real_distribution<float> pan(-180.0f, 180.0f), tilt(-90.0f, 90.0f);
+        std::vector<SphereCase> out;
+        for (int i = 0; i < 1024; ++i) {
+            SphereCase c{pan(gen), tilt(gen), pan(gen), tilt(gen), 0.0f, 0.0f, 0.0f};
+            viewgeo_ptz_to_cartesian_f(pan(gen), tilt(gen), &c.x, &c.y, &c.z);
+            out.push_back(c);
+        }
+        return out;
+    }();
+    return all;
+}
+
+struct OvistaCase {
+    int x, y;
+    float pan, tilt;
+};
+
+struct Overview {
+    viewgeo_ovista_context o;
+    viewgeo_context v;
+};
+
+const Overview &overview() {
+    static const Overview ov = [] {
+        Overview out{};
+        out.o.center_x = 0.5f;
+        out.o.center_y = 0.5f;
+        out.o.field_angle = 99.0f;
+        out.o.radius_x = 0.3046875f;
+        out.o.radius_y = 0.541666687f;
+        out.o.center_tilt = -90.0f;
+        viewgeo_set_pic_dim(&out.v, 1920, 1080);
+        return out;
+    }();
+    return ov;
+}
+
+const std::vector<OvistaCase> &ovista_cases() {
+    static const std::vector<OvistaCase> all = [] {
+        std::mt19937 gen(1618u);
+        std::uniform_real_distribution<float> pan(-180.0f, 180.0f), tilt(-90.0f, 0.0f);
+        std::vector<OvistaCase> out;
+        for (int i = 0; i < 1024; ++i) {
+            out.push_back({static_cast<int>(400 + gen() % 1120), static_cast<int>(gen() % 1080), pan(gen), tilt(gen)});
+        }
+        return out;
+    }();
+    return all;
+}
+
+// One benchmark per form: `call` gets the case and keeps its results alive.
+template <class Cases, class Call>
+void run(benchmark::State &state, const Cases &cases, Call call) {
+    std::size_t i = 0;
+    for (auto _ : state) call(cases[i++ & 1023]);
+}
+
+void BM_PreciseTwin_ToPixel_F(benchmark::State &state) {
+    run(state, view_cases(), [](const ViewCase &c) {
+        std::int32_t x, y;
+        viewgeo_to_pixel_f(&c.ctx, &x, &y, c.pan, c.tilt);
+        benchmark::DoNotOptimize(x);
+        benchmark::DoNotOptimize(y);
+    });
+}
+void BM_PreciseTwin_ToPixel_D(benchmark::State &state) {
+    run(state, view_cases(), [](const ViewCase &c) {
+        double x, y;
+        benchmark::DoNotOptimize(viewgeo_to_pixel_d(&c.ctx, c.pan, c.tilt, &x, &y));
+        benchmark::DoNotOptimize(x);
+        benchmark::DoNotOptimize(y);
+    });
+}
+void BM_PreciseTwin_ToPtz_F(benchmark::State &state) {
+    run(state, view_cases(), [](const ViewCase &c) {
+        float pan, tilt;
+        viewgeo_to_ptz_f(&c.ctx, &pan, &tilt, c.x, c.y);
+        benchmark::DoNotOptimize(pan);
+        benchmark::DoNotOptimize(tilt);
+    });
+}
+void BM_PreciseTwin_ToPtz_D(benchmark::State &state) {
+    run(state, view_cases(), [](const ViewCase &c) {
+        double pan, tilt;
+        benchmark::DoNotOptimize(viewgeo_to_ptz_d(&c.ctx, c.x, c.y, &pan, &tilt));
+        benchmark::DoNotOptimize(pan);
+        benchmark::DoNotOptimize(tilt);
+    });
+}
+void BM_PreciseTwin_GreatCircle_F(benchmark::State &state) {
+    run(state, sphere_cases(), [](const SphereCase &c) {
+        benchmark::DoNotOptimize(viewgeo_get_great_circle(c.pan_a, c.tilt_a, c.pan_b, c.tilt_b));
+    });
+}
+void BM_PreciseTwin_GreatCircle_D(benchmark::State &state) {
+    run(state, sphere_cases(), [](const SphereCase &c) {
+        benchmark::DoNotOptimize(viewgeo_get_great_circle_d(c.pan_a, c.tilt_a, c.pan_b, c.tilt_b));
+    });
+}
+void BM_PreciseTwin_PtzToCartesian_F(benchmark::State &state) {
+    run(state, sphere_cases(), [](const SphereCase &c) {
+        float x, y, z;
+        viewgeo_ptz_to_cartesian_f(c.pan_a, c.tilt_a, &x, &y, &z);
+        benchmark::DoNotOptimize(x);
+        benchmark::DoNotOptimize(y);
+        benchmark::DoNotOptimize(z);
+    });
+}
+void BM_PreciseTwin_PtzToCartesian_D(benchmark::State &state) {
+    run(state, sphere_cases(), [](const SphereCase &c) {
+        double x, y, z;
+        viewgeo_ptz_to_cartesian_d(c.pan_a, c.tilt_a, &x, &y, &z);
+        benchmark::DoNotOptimize(x);
+        benchmark::DoNotOptimize(y);
+        benchmark::DoNotOptimize(z);
+    });
+}
+void BM_PreciseTwin_CartesianToPtz_F(benchmark::State &state) {
+    run(state, sphere_cases(), [](const SphereCase &c) {
+        float pan, tilt;
+        benchmark::DoNotOptimize(viewgeo_cartesian_to_ptz_f(c.x, c.y, c.z, &pan, &tilt));
+        benchmark::DoNotOptimize(pan);
+        benchmark::DoNotOptimize(tilt);
+    });
+}
+void BM_PreciseTwin_CartesianToPtz_D(benchmark::State &state) {
+    run(state, sphere_cases(), [](const SphereCase &c) {
+        double pan, tilt;
+        benchmark::DoNotOptimize(viewgeo_cartesian_to_ptz_d(c.x, c.y, c.z, &pan, &tilt));
+        benchmark::DoNotOptimize(pan);
+        benchmark::DoNotOptimize(tilt);
+    });
+}
+void BM_PreciseTwin_OvistaToPtz_F(benchmark::State &state) {
+    const Overview &ov = overview();
+    run(state, ovista_cases(), [&ov](const OvistaCase &c) {
+        float pan, tilt;
+        viewgeo_ovista_to_ptz_f(&ov.o, &ov.v, &pan, &tilt, c.x, c.y);
+        benchmark::DoNotOptimize(pan);
+        benchmark::DoNotOptimize(tilt);
+    });
+}
+void BM_PreciseTwin_OvistaToPtz_D(benchmark::State &state) {
+    const Overview &ov = overview();
+    run(state, ovista_cases(), [&ov](const OvistaCase &c) {
+        double pan, tilt;
+        benchmark::DoNotOptimize(viewgeo_ovista_to_ptz_d(&ov.o, &ov.v, c.x, c.y, &pan, &tilt));
+        benchmark::DoNotOptimize(pan);
+        benchmark::DoNotOptimize(tilt);
+    });
+}
+void BM_PreciseTwin_OvistaToPixel_F(benchmark::State &state) {
+    const Overview &ov = overview();
+    run(state, ovista_cases(), [&ov](const OvistaCase &c) {
+        int x, y;
+        viewgeo_ovista_to_pixel_f(&ov.o, &ov.v, c.pan, c.tilt, &x, &y);
+        benchmark::DoNotOptimize(x);
+        benchmark::DoNotOptimize(y);
+    });
+}
+void BM_PreciseTwin_OvistaToPixel_D(benchmark::State &state) {
+    const Overview &ov = overview();
+    run(state, ovista_cases(), [&ov](const OvistaCase &c) {
+        double x, y;
+        benchmark::DoNotOptimize(viewgeo_ovista_to_pixel_d(&ov.o, &ov.v, c.pan, c.tilt, &x, &y));
+        benchmark::DoNotOptimize(x);
+        benchmark::DoNotOptimize(y);
+    });
+}
+
+BENCHMARK(BM_PreciseTwin_ToPixel_F);
+BENCHMARK(BM_PreciseTwin_ToPixel_D);
+BENCHMARK(BM_PreciseTwin_ToPtz_F);
+BENCHMARK(BM_PreciseTwin_ToPtz_D);
+BENCHMARK(BM_PreciseTwin_GreatCircle_F);
+BENCHMARK(BM_PreciseTwin_GreatCircle_D);
+BENCHMARK(BM_PreciseTwin_PtzToCartesian_F);
+BENCHMARK(BM_PreciseTwin_PtzToCartesian_D);
+BENCHMARK(BM_PreciseTwin_CartesianToPtz_F);
+BENCHMARK(BM_PreciseTwin_CartesianToPtz_D);
+BENCHMARK(BM_PreciseTwin_OvistaToPtz_F);
+BENCHMARK(BM_PreciseTwin_OvistaToPtz_D);
+BENCHMARK(BM_PreciseTwin_OvistaToPixel_F);
+BENCHMARK(BM_PreciseTwin_OvistaToPixel_D);
+
+}  // namespace
