@@ -15,10 +15,7 @@ if [ "${1:-}" = --update ]; then update=yes; shift; fi
 BUILD=${1:-build/ci}
 BASELINE=abi/libviewgeo.so.1.abi
 LIB=$BUILD/libviewgeo.so.1
-command -v abidw >/dev/null || {
-    apt-get update -qq || true
-    DEBIAN_FRONTEND=noninteractive apt-get install -y -qq abigail-tools >/dev/null
-}
+command -v abidw >/dev/null || scripts/install-deps.sh --packages
 test -e "$LIB" || { echo "check-abi: no $LIB; build first (cmake --workflow --preset ci)" >&2; exit 2; }
 case $(uname -m) in
 x86_64) ;;
