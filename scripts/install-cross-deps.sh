@@ -22,7 +22,7 @@ for a in $arches; do
     *) echo "unknown architecture $a" >&2; exit 2 ;;
     esac
     dpkg --print-foreign-architectures | grep -qx "$a" || { dpkg --add-architecture "$a"; added=yes; }
-    packages="$packages g++-$triple crossbuild-essential-$a libinih-dev:$a libgtest-dev:$a libgmock-dev:$a libbenchmark-dev:$a"
+    packages="$packages g++-$triple crossbuild-essential-$a pkg-config:$a libinih-dev:$a libgtest-dev:$a libgmock-dev:$a libbenchmark-dev:$a"
 done
 missing=""
 for p in $packages; do

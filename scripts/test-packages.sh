@@ -73,11 +73,18 @@ step lintian lintian --fail-on error,warning "$changes"
 # The null runner installs the packages on this machine; they go again at
 # the end, whatever happened.
 purge() {
-    DEBIAN_FRONTEND=noninteractive apt-get purge -y -qq libviewgeo-dev libviewgeo1 viewgeo python3-viewgeo \
-        >/dev/null 2>&1 || true
+    for p in python3-viewgeo viewgeo libviewgeo-dev libviewgeo1; do
+        DEBIAN_FRONTEND=noninteractive apt-get purge -y -qq "$p" >/dev/null 2>&1 || true
+    done
 }
 trap purge EXIT
-step autopkgtest autopkgtest --output-dir "$OUT/autopkgtest" "$OUT"/native/*.deb "$native" -- null
+# Judged by the tests' own results: the runner's clean-up ends with an
+# apt-get update, which fails whenever a mirror is caught mid-sync.
+autopkgtest_passed() {
+    autopkgtest --output-dir "$OUT/autopkgtest" "$OUT"/native/*.deb "$native" -- null || true
+    grep -q ' PASS' "$OUT/autopkgtest/summary" && ! grep -qv ' PASS' "$OUT/autopkgtest/summary"
+}
+step autopkgtest autopkgtest_passed
 purge
 
 if [ $cross = yes ]; then
