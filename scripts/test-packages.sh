@@ -35,7 +35,7 @@ stage() {
     mkdir -p "$dir"
     if git -C "$SOURCE" rev-parse --git-dir >/dev/null 2>&1; then
         git -C "$SOURCE" ls-files -z --cached --others --exclude-standard |
-            tar -C "$SOURCE" --null -T - --no-recursion --ignore-failed-read -cf - | tar -xf - -C "$dir"
+            tar -C "$SOURCE" --null --no-recursion --ignore-failed-read -cf - -T - | tar -xf - -C "$dir"
     else
         tar -C "$SOURCE" --exclude=./build --exclude=./.git -cf - . | tar -xf - -C "$dir"
     fi
