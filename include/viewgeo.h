@@ -64,9 +64,27 @@
 #  endif
 #endif
 
+/* The library's version, MAJOR.MINOR.PATCH. A new minor version only adds
+ * functions; the shared library keeps its name, libviewgeo.so.1, until the
+ * major version changes. (The installed header carries the version the
+ * library was built as; the build writes these three lines.) */
+#define VIEWGEO_VERSION_MAJOR 1
+#define VIEWGEO_VERSION_MINOR 1
+#define VIEWGEO_VERSION_PATCH 0
+
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/* ------------------------------------------------------------------------
+ * Version
+ * ------------------------------------------------------------------------ */
+
+/** The version of the library actually loaded, "MAJOR.MINOR.PATCH" (for
+ * example "1.1.0"): the VIEWGEO_VERSION_* numbers it was built with, which
+ * may differ from those of the header a program was compiled against.
+ * A static string; never null, never freed. Touches no file. */
+VIEWGEO_API const char *viewgeo_version(void);
 
 /* ------------------------------------------------------------------------
  * Numbers and constants

@@ -4,10 +4,15 @@
 #   scripts/install-deps.sh          what building the library and tool needs
 #   scripts/install-deps.sh --test   also what the tests, benchmarks, fuzzers,
 #                                    memory checks and emulated runs need
+#   scripts/install-deps.sh --packages  also what building and checking the
+#                                    Debian packages and the ABI needs
 set -eu
 packages="cmake g++ make pkg-config binutils libinih-dev libcli11-dev"
 if [ "${1:-}" = --test ]; then
     packages="$packages libgtest-dev libgmock-dev libbenchmark-dev libfixmath-dev clang libclang-rt-14-dev valgrind qemu-user"
+fi
+if [ "${1:-}" = --packages ]; then
+    packages="$packages dpkg-dev debhelper lintian autopkgtest abigail-tools"
 fi
 missing=""
 for p in $packages; do

@@ -38,6 +38,11 @@ else()
   # Only the target's pkg-config files, never the build machine's.
   set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/${VIEWGEO_CROSS_TRIPLE}/pkgconfig:/usr/share/pkgconfig)
   set(VIEWGEO_QEMU_ROOT /usr/${VIEWGEO_CROSS_TRIPLE})
+  # The loader under /usr/<triple> comes with the cross compiler's C library,
+  # while the multiarch libc6:<arch> in /lib/<triple> may be a newer
+  # release. The loader must load its own C library: mixed, a program dies at
+  # start (s390x) or any forked child dies (ARM, MIPS).
+  set(VIEWGEO_QEMU_ENV -E LD_LIBRARY_PATH=/usr/${VIEWGEO_CROSS_TRIPLE}/lib)
 endif()
 
-set(CMAKE_CROSSCOMPILING_EMULATOR ${VIEWGEO_CROSS_QEMU};-L;${VIEWGEO_QEMU_ROOT})
+set(CMAKE_CROSSCOMPILING_EMULATOR ${VIEWGEO_CROSS_QEMU} -L ${VIEWGEO_QEMU_ROOT} ${VIEWGEO_QEMU_ENV})

@@ -23,7 +23,7 @@ ToolResult run_tool(const std::string &args, const std::string &root, const std:
     const std::string out_path = root + "/.tool-stdout";
     const std::string err_path = root + "/.tool-stderr";
     std::ofstream(in_path, std::ios::binary) << input;
-    const std::string command = "VIEWGEO_TEST_ROOT='" + root + "' '" VIEWGEO_TOOL_PATH "' " + args + " <'" + in_path +
+    const std::string command = "VIEWGEO_TEST_ROOT='" + root + "' " VIEWGEO_TOOL_EMULATOR " '" VIEWGEO_TOOL_PATH "' " + args + " <'" + in_path +
                                 "' >'" + out_path + "' 2>'" + err_path + "'";
     const int raw = std::system(command.c_str());
     ToolResult result;

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Writes the conformance vectors again: the outputs from the host build, then
-# the vectors on which an ARM target differs marked with that target's
+# the vectors on which a target differs marked with that target's
 # outputs, where the host meets a NaN on the way (its sign is not the same
 # across targets). Any other difference stops the script; pass --libm only
 # after tracing each one to the target's maths library (see README.md).
@@ -17,12 +17,14 @@ trap 'rm -rf "$out"' EXIT
 for family in $($host families); do
     $host generate "$family" > "$out/$family.vec"
 done
-for target in armel:qemu-arm:arm-linux-gnueabi armhf:qemu-arm:arm-linux-gnueabihf arm64:qemu-aarch64:aarch64-linux-gnu; do
+for target in armel:qemu-arm:arm-linux-gnueabi armhf:qemu-arm:arm-linux-gnueabihf arm64:qemu-aarch64:aarch64-linux-gnu \
+              mipsel:qemu-mipsel:mipsel-linux-gnu s390x:qemu-s390x:s390x-linux-gnu; do
     name=${target%%:*}; rest=${target#*:}; qemu=${rest%%:*}; sysroot=/usr/${rest#*:}
     tool=build/cross-$name/tests/conformance/viewgeo_conformance
     [ -x "$tool" ] || { echo "skipping $name: no build" >&2; continue; }
     for family in $($host families); do
-        "$qemu" -L "$sysroot" "$tool" outputs "$out/$family.vec" > "$out/$family.$name"
+        # The loader's own C library, as in cmake/toolchains/debian-cross.cmake.
+        "$qemu" -L "$sysroot" -E LD_LIBRARY_PATH="$sysroot/lib" "$tool" outputs "$out/$family.vec" > "$out/$family.$name"
         $host merge "$out/$family.vec" "$out/$family.$name" $libm > "$out/$family.merged"
         mv "$out/$family.merged" "$out/$family.vec"
     done

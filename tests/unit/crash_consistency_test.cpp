@@ -16,7 +16,6 @@
 #include <unistd.h>
 
 #include "platform/fs.h"
-#include "support/emulation.h"
 #include "support/temp_root.h"
 #include "support/view.h"
 #include "viewgeo.h"
@@ -25,7 +24,6 @@ namespace {
 
 namespace fs = viewgeo::platform::fs;
 using viewgeo::testing::TempRoot;
-using viewgeo::testing::under_user_mode_emulation;
 
 constexpr const char *kOvistaConf = "/etc/viewgeo/ovista.conf";
 
@@ -114,15 +112,9 @@ void kill_at_every_step(const TempRoot &root, const char *target, const std::str
 
 using viewgeo::testing::OvistaPtr;
 
-// Each test forks a writer, which user-mode emulation cannot run.
-class CrashConsistency : public ::testing::Test {
-protected:
-    void SetUp() override {
-        if (under_user_mode_emulation()) {
-            GTEST_SKIP() << "fork is not usable under user-mode emulation";
-        }
-    }
-};
+// Each test forks its writers; the cross-built suite runs them under qemu
+// user-mode emulation like everything else.
+class CrashConsistency : public ::testing::Test {};
 
 TEST_F(CrashConsistency, OverviewSaveKilledAtEveryStepLeavesOldOrNewFile) {
     TempRoot root;

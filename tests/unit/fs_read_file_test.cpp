@@ -15,14 +15,12 @@
 #include <vector>
 
 #include "platform/fs.h"
-#include "support/emulation.h"
 #include "support/temp_root.h"
 
 namespace {
 
 namespace fs = viewgeo::platform::fs;
 using viewgeo::testing::TempRoot;
-using viewgeo::testing::under_user_mode_emulation;
 
 constexpr const char *kPath = "/etc/viewgeo/data";
 
@@ -166,7 +164,6 @@ std::thread fifo_writer(const std::string &real, std::vector<std::string> pieces
 }
 
 TEST(FsReadFile, FifoIsReadUntilItsWriterCloses) {
-    if (under_user_mode_emulation()) GTEST_SKIP() << "threads are not usable under user-mode emulation";
     TempRoot root;
     ASSERT_EQ(::mkfifo(root.real(kPath).c_str(), 0600), 0);
     const std::vector<std::string> pieces = {"[g]\n", "k=v\n", std::string(6000, '#') + "\n", "last=1\n"};
@@ -179,7 +176,6 @@ TEST(FsReadFile, FifoIsReadUntilItsWriterCloses) {
 }
 
 TEST(FsReadFile, FifoOverTheLimitFails) {
-    if (under_user_mode_emulation()) GTEST_SKIP() << "threads are not usable under user-mode emulation";
     TempRoot root;
     ASSERT_EQ(::mkfifo(root.real(kPath).c_str(), 0600), 0);
     std::thread writer = fifo_writer(root.real(kPath), {std::string(100, 'a'), std::string(1, 'b')});

@@ -113,6 +113,10 @@ std::string nan_behaviour() {
     return "nan@armel";
 #elif defined(__arm__)
     return "nan@armhf";
+#elif defined(__mips__) && defined(__MIPSEL__)
+    return "nan@mipsel";
+#elif defined(__s390x__)
+    return "nan@s390x";
 #else
     return "nan@other";
 #endif
