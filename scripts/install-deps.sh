@@ -5,9 +5,9 @@
 #   scripts/install-deps.sh --test   also what the tests, benchmarks, fuzzers,
 #                                    memory checks and emulated runs need
 set -eu
-packages="cmake g++ make pkg-config binutils libinih-dev libcli11-dev"
+packages="cmake g++ make pkg-config binutils libinih-dev libcli11-dev help2man"
 if [ "${1:-}" = --test ]; then
-    packages="$packages libgtest-dev libgmock-dev libbenchmark-dev libfixmath-dev clang libclang-rt-14-dev valgrind qemu-user"
+    packages="$packages libgtest-dev libgmock-dev libbenchmark-dev libfixmath-dev clang libclang-rt-14-dev valgrind qemu-user librsvg2-bin"
 fi
 missing=""
 for p in $packages; do

@@ -50,9 +50,9 @@ Context CameraOptions::make_context() const {
 
 namespace viewgeo::tool {
 
-void CameraOptions::check(bool raw) const {
+void CameraOptions::check(bool raw, bool full_turn) const {
     parse_size(size);
-    check_range("--hfov", hfov, 0.0, 360.0, true, true, raw);
+    check_range("--hfov", hfov, 0.0, 360.0, true, !full_turn, raw);
     if (vfov) check_range("--vfov", *vfov, 0.0, 360.0, true, true, raw);
     check_pan("--pan", pan, raw);
     check_tilt("--tilt", tilt, raw);

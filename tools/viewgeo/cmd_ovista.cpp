@@ -266,7 +266,6 @@ void add_ovista_commands(CLI::App &app, Session &session) {
         conversion.records = Records::Pixels;
         conversion.results = Results::Angles;
         conversion.convert = [&](Block &block) { convert_ovista_to_ptz(ctx, view, relative, block); };
-        conversion.about = {{"lens", "fisheye"}, {"lens_source", kConfigPath}};
         Block one;
         one.resize(1);
         one.x[0] = to_ptz->x;
@@ -295,7 +294,6 @@ void add_ovista_commands(CLI::App &app, Session &session) {
         conversion.records = Records::Angles;
         conversion.results = Results::Pixels;
         conversion.convert = [&](Block &block) { convert_ovista_to_pixel(ctx, view, block); };
-        conversion.about = {{"lens", "fisheye"}, {"lens_source", kConfigPath}};
         Block one;
         one.resize(1);
         one.pan[0] = to_pixel->pan;

@@ -187,7 +187,7 @@ void add_remote_commands(CLI::App &app, Session &session) {
     panorama_cmd->add_option("y", panorama->y, "pixel row")->required();
     panorama->camera.add_to(*panorama_cmd);
     panorama_cmd->callback([panorama, &session] {
-        panorama->camera.check(session.raw);
+        panorama->camera.check(session.raw, true);
         Context ctx = panorama->camera.make_context();
         if (!panorama->camera.vfov) {
             // An equirectangular picture: degrees per pixel alike on both axes.

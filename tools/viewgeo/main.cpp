@@ -136,10 +136,11 @@ int run_batch(bool json) {
                 failure = e.what();
             }
         }
+        // The reason on stderr for people, and in the result's place.
+        std::cerr << "viewgeo: line " << number << ": " << failure << '\n';
         if (json) {
             std::cout << "{\"error\": " << json_text(failure) << ", \"line\": " << number << "}\n";
         } else {
-            std::cerr << "viewgeo: line " << number << ": " << failure << '\n';
             std::cout << "error\n";
         }
         status = 1;

@@ -33,7 +33,8 @@ struct CameraOptions {
     Context make_context() const;
     // Rejects values outside what a camera can have (one line naming the
     // option and the allowed range, status 2); `raw` lets them through.
-    void check(bool raw) const;
+    // A panorama may span the full turn.
+    void check(bool raw, bool full_turn = false) const;
 };
 
 // The lens a context uses and why: "option --lens", the flag file, or the
