@@ -108,6 +108,9 @@ public:
     const std::string &path() const { return path_; }
     const std::vector<Crossing> &crossings() const { return crossings_; }
     bool shown() const { return shown_; }
+    // The first point drawn inside the frame: where a line that never meets
+    // the frame is labelled.
+    Pixel first() const { return first_; }
 
 private:
     void add(Pixel p, bool pen) {
@@ -115,6 +118,7 @@ private:
         std::snprintf(point, sizeof point, "%c%d %d ", pen ? 'L' : 'M', p.x, p.y);
         path_ += point;
         const bool in = inside(p, size_);
+        if (in && !shown_) first_ = p;
         shown_ = shown_ || in;
         if (pen && in != inside(last_, size_)) cross(in ? last_ : p, in ? p : last_);
         last_ = p;
@@ -137,6 +141,7 @@ private:
 
     Pixel size_;
     Pixel last_{0, 0};
+    Pixel first_{0, 0};
     std::string path_;
     std::vector<Crossing> crossings_;
     bool shown_ = false;
@@ -192,7 +197,9 @@ int place_labels(const Line &line, const std::string &css, const std::string &te
     const double f = svg.font;
     const double w = kCharWidth * f * static_cast<double>(text.size());
     int placed = 0;
-    for (const Crossing &c : line.crossings()) {
+    std::vector<Crossing> places = line.crossings();
+    if (places.empty()) places.push_back({-1, static_cast<double>(line.first().x), static_cast<double>(line.first().y)});
+    for (const Crossing &c : places) {
         for (int k = 0; k < 9; ++k) {
             const double shift = (k % 2 == 0 ? 1 : -1) * ((k + 1) / 2) * f;
             double x = 0, y = 0;
@@ -200,10 +207,11 @@ int place_labels(const Line &line, const std::string &css, const std::string &te
                 case 0: x = c.x + 6 + shift, y = 6; break;
                 case 2: x = c.x + 6 + shift, y = size.y - 6 - f; break;
                 case 1: x = size.x - 6 - w, y = c.y + 4 + shift; break;
-                default: x = 6, y = c.y + 4 + shift; break;
+                case 3: x = 6, y = c.y + 4 + shift; break;
+                default: x = c.x + 6, y = c.y + 4 + shift; break;  // inside, beside the line's end
             }
-            x = std::clamp(x, 2.0, std::max(2.0, size.x - 2 - w));
-            y = std::clamp(y, 2.0, std::max(2.0, size.y - 2 - f));
+            x = std::round(std::clamp(x, 2.0, std::max(2.0, size.x - 2 - w)));
+            y = std::round(std::clamp(y, 2.0, std::max(2.0, size.y - 2 - f)));
             const Box box{x, y, w, f};
             if (std::any_of(svg.taken.begin(), svg.taken.end(), [&](const Box &b) { return b.overlaps(box); }))
                 continue;
@@ -313,8 +321,9 @@ void add_grid_command(CLI::App &app, Session &session) {
                       static_cast<double>(axis.tilt), ctx.get()->pic_rot, static_cast<double>(args->step),
                       lens.source.c_str());
         // The caption sits in the bottom-left corner; labels keep clear of it.
-        const double caption_width = kCharWidth * svg.font * static_cast<double>(std::strlen(caption));
-        svg.taken.push_back({8.0, size.y - 10.0 - svg.font, caption_width, svg.font + 4.0});
+        const int caption_font = std::max(8, svg.font * 2 / 3);
+        const double caption_width = kCharWidth * caption_font * static_cast<double>(std::strlen(caption));
+        svg.taken.push_back({8.0, size.y - 8.0 - caption_font, caption_width, caption_font + 4.0});
         int pan_lines = 0;
         int tilt_lines = 0;
         // Grid values are multiples of the step, so the lines stay put as the
@@ -342,7 +351,7 @@ void add_grid_command(CLI::App &app, Session &session) {
             << "  <style>path{fill:none;stroke-width:2} path.pan{stroke:#1f77b4} path.tilt{stroke:#d62728}"
             << " .frame{fill:" << (over.empty() ? "#f8f8f8" : "none") << ";stroke:#000;stroke-width:4}"
             << " text{font-family:sans-serif;font-size:" << svg.font << "px;paint-order:stroke;stroke:#f8f8f8;"
-            << "stroke-width:4px} text.pan{fill:#1f77b4} text.tilt{fill:#d62728} text.caption{fill:#000}</style>\n";
+            << "stroke-width:4px} text.pan{fill:#1f77b4} text.tilt{fill:#d62728} text.caption{fill:#000;font-size:" << std::max(8, svg.font * 2 / 3) << "px}</style>\n";
         if (!over.empty()) {
             out << "  <image x=\"0\" y=\"0\" width=\"" << w << "\" height=\"" << h
                 << "\" preserveAspectRatio=\"none\" xlink:href=\"" << over << "\"/>\n";
@@ -350,7 +359,7 @@ void add_grid_command(CLI::App &app, Session &session) {
         out << "  <rect class=\"frame\" x=\"0\" y=\"0\" width=\"" << w << "\" height=\"" << h << "\"/>\n"
             << svg.body << "  <circle cx=\"" << size.x / 2 << "\" cy=\"" << size.y / 2
             << "\" r=\"8\" fill=\"none\" stroke=\"#000\" stroke-width=\"2\"/>\n"
-            << svg.labels << "  <text class=\"caption\" x=\"8\" y=\"" << size.y - 10 << "\">" << caption
+            << svg.labels << "  <text class=\"caption\" x=\"8\" y=\"" << size.y - 8 << "\">" << caption
             << "</text>\n"
             << "</svg>\n";
         const std::string text = out.str();
