@@ -262,15 +262,13 @@ void add_ovista_commands(CLI::App &app, Session &session) {
         const Context view = to_ptz->picture.view(session.raw);
         const OvistaContext ctx = load_or_fail();
         const bool relative = to_ptz->relative;
-        Conversion conversion;
-        conversion.records = Records::Pixels;
-        conversion.results = Results::Angles;
-        conversion.convert = [&](Block &block) { convert_ovista_to_ptz(ctx, view, relative, block); };
-        Block one;
-        one.resize(1);
-        one.x[0] = to_ptz->x;
-        one.y[0] = to_ptz->y;
-        stream_or_one(session, to_ptz->x_option, to_ptz->y_option, conversion, one);
+        const Conversion conversion{
+            Records::Pixels,
+            Results::Angles,
+            [&](Block &block) { convert_ovista_to_ptz(ctx, view, relative, block); },
+            {}};
+        stream_or_one(session, to_ptz->x_option, to_ptz->y_option, conversion,
+                      pixel_record(to_ptz->x, to_ptz->y));
     });
 
     struct ToPixel {
@@ -290,15 +288,13 @@ void add_ovista_commands(CLI::App &app, Session &session) {
         const Context view = to_pixel->picture.view(session.raw);
         OvistaContext ctx = load_or_fail();
         to_pixel->picture.apply(ctx);
-        Conversion conversion;
-        conversion.records = Records::Angles;
-        conversion.results = Results::Pixels;
-        conversion.convert = [&](Block &block) { convert_ovista_to_pixel(ctx, view, block); };
-        Block one;
-        one.resize(1);
-        one.pan[0] = to_pixel->pan;
-        one.tilt[0] = to_pixel->tilt;
-        stream_or_one(session, to_pixel->pan_option, to_pixel->tilt_option, conversion, one);
+        const Conversion conversion{
+            Records::Angles,
+            Results::Pixels,
+            [&](Block &block) { convert_ovista_to_pixel(ctx, view, block); },
+            {}};
+        stream_or_one(session, to_pixel->pan_option, to_pixel->tilt_option, conversion,
+                      angle_record(to_pixel->pan, to_pixel->tilt));
     });
 }
 

@@ -56,8 +56,24 @@ std::vector<std::pair<std::string, std::string>> describe_lens(const CameraOptio
     return {{"lens", lens.name}, {"lens_source", lens.source}};
 }
 
+Block pixel_record(std::int32_t x, std::int32_t y) {
+    Block one;
+    one.resize(1);
+    one.x[0] = x;
+    one.y[0] = y;
+    return one;
+}
+
+Block angle_record(float pan, float tilt) {
+    Block one;
+    one.resize(1);
+    one.pan[0] = pan;
+    one.tilt[0] = tilt;
+    return one;
+}
+
 bool stream_or_one(Session &session, const CLI::Option *first, const CLI::Option *second, const Conversion &conversion,
-                   Block &one) {
+                   Block one) {
     if (coordinates_given(first, second, session)) {
         convert_one(session, conversion, one);
         return true;
@@ -86,16 +102,13 @@ void add_projection_commands(CLI::App &app, Session &session) {
         const Context ctx = to_ptz->camera.make_context();
         const Projection how = to_ptz->fixed ? (to_ptz->relative ? Projection::ToPtzRelFixed : Projection::ToPtzFixed)
                                              : (to_ptz->relative ? Projection::ToPtzRel : Projection::ToPtz);
-        Conversion conversion;
-        conversion.records = Records::Pixels;
-        conversion.results = to_ptz->fixed ? Results::AnglesQ16 : Results::Angles;
-        conversion.convert = [&ctx, how](Block &block) { convert_projection(ctx, how, block); };
-        conversion.about = describe_lens(to_ptz->camera, ctx);
-        Block one;
-        one.resize(1);
-        one.x[0] = to_ptz->x;
-        one.y[0] = to_ptz->y;
-        stream_or_one(session, to_ptz->x_option, to_ptz->y_option, conversion, one);
+        const Conversion conversion{
+            Records::Pixels,
+            to_ptz->fixed ? Results::AnglesQ16 : Results::Angles,
+            [&ctx, how](Block &block) { convert_projection(ctx, how, block); },
+            describe_lens(to_ptz->camera, ctx)};
+        stream_or_one(session, to_ptz->x_option, to_ptz->y_option, conversion,
+                      pixel_record(to_ptz->x, to_ptz->y));
     });
 
     struct ToPixel {
@@ -117,16 +130,13 @@ void add_projection_commands(CLI::App &app, Session &session) {
         check_tilt("tilt", to_pixel->tilt, session.raw);
         const Context ctx = to_pixel->camera.make_context();
         const Projection how = to_pixel->fixed ? Projection::ToPixelFixed : Projection::ToPixel;
-        Conversion conversion;
-        conversion.records = Records::Angles;
-        conversion.results = Results::Pixels;
-        conversion.convert = [&ctx, how](Block &block) { convert_projection(ctx, how, block); };
-        conversion.about = describe_lens(to_pixel->camera, ctx);
-        Block one;
-        one.resize(1);
-        one.pan[0] = to_pixel->pan;
-        one.tilt[0] = to_pixel->tilt;
-        stream_or_one(session, to_pixel->pan_option, to_pixel->tilt_option, conversion, one);
+        const Conversion conversion{
+            Records::Angles,
+            Results::Pixels,
+            [&ctx, how](Block &block) { convert_projection(ctx, how, block); },
+            describe_lens(to_pixel->camera, ctx)};
+        stream_or_one(session, to_pixel->pan_option, to_pixel->tilt_option, conversion,
+                      angle_record(to_pixel->pan, to_pixel->tilt));
     });
 }
 

@@ -129,16 +129,13 @@ void add_remote_commands(CLI::App &app, Session &session) {
         check_channel("channel", point->channel, session.raw);
         point->camera.check(session.raw);
         const Context ctx = main_view_at_centre(point->camera, point->channel);
-        Conversion conversion;
-        conversion.records = Records::Pixels;
-        conversion.results = Results::AnglesQ16;
-        conversion.convert = [&ctx](Block &block) { convert_remote_point(ctx, block); };
-        conversion.about = describe_lens(point->camera, ctx);
-        Block one;
-        one.resize(1);
-        one.x[0] = point->x;
-        one.y[0] = point->y;
-        stream_or_one(session, point_x, point_y, conversion, one);
+        const Conversion conversion{
+            Records::Pixels,
+            Results::AnglesQ16,
+            [&ctx](Block &block) { convert_remote_point(ctx, block); },
+            describe_lens(point->camera, ctx)};
+        stream_or_one(session, point_x, point_y, conversion,
+                      pixel_record(point->x, point->y));
     });
 
     auto zoom = std::make_shared<Point>();
@@ -168,16 +165,13 @@ void add_remote_commands(CLI::App &app, Session &session) {
         check_tilt("tilt", to_pixel->tilt, session.raw);
         Context ctx = main_view_at_centre(to_pixel->camera, to_pixel->channel);
         const int channel = to_pixel->channel;
-        Conversion conversion;
-        conversion.records = Records::Angles;
-        conversion.results = Results::Pixels;
-        conversion.convert = [&ctx, channel](Block &block) { convert_remote_to_pixel(ctx, channel, block); };
-        conversion.about = describe_lens(to_pixel->camera, ctx);
-        Block one;
-        one.resize(1);
-        one.pan[0] = to_pixel->pan;
-        one.tilt[0] = to_pixel->tilt;
-        stream_or_one(session, pixel_pan, pixel_tilt, conversion, one);
+        const Conversion conversion{
+            Records::Angles,
+            Results::Pixels,
+            [&ctx, channel](Block &block) { convert_remote_to_pixel(ctx, channel, block); },
+            describe_lens(to_pixel->camera, ctx)};
+        stream_or_one(session, pixel_pan, pixel_tilt, conversion,
+                      angle_record(to_pixel->pan, to_pixel->tilt));
     });
 
     auto panorama = std::make_shared<Point>();

@@ -65,6 +65,10 @@ std::vector<std::pair<std::string, std::string>> describe_lens(const CameraOptio
 // (`one` holds it), else runs the stream and keeps its status in the
 // session. One coordinate alone is a usage error. True for the single record.
 bool stream_or_one(Session &session, const CLI::Option *first, const CLI::Option *second, const Conversion &conversion,
-                   Block &one);
+                   Block one);
+
+// A block of one record given on the command line.
+Block pixel_record(std::int32_t x, std::int32_t y);
+Block angle_record(float pan, float tilt);
 
 }  // namespace viewgeo::tool
