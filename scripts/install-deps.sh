@@ -7,9 +7,9 @@
 #   scripts/install-deps.sh --packages  also what building and checking the
 #                                    Debian packages and the ABI needs
 set -eu
-packages="cmake g++ make pkg-config binutils libinih-dev libcli11-dev"
+packages="cmake g++ make pkg-config binutils libinih-dev libcli11-dev help2man"
 if [ "${1:-}" = --test ]; then
-    packages="$packages libgtest-dev libgmock-dev libbenchmark-dev libfixmath-dev clang libclang-rt-14-dev valgrind qemu-user"
+    packages="$packages libgtest-dev libgmock-dev libbenchmark-dev libfixmath-dev clang libclang-rt-14-dev valgrind qemu-user librsvg2-bin"
 fi
 if [ "${1:-}" = --packages ]; then
     packages="$packages dpkg-dev debhelper lintian autopkgtest abigail-tools"

@@ -46,7 +46,7 @@ TEST_F(Tool, PixelToPanTiltMatchesTheLibrary) {
     viewgeo_context_delete(ctx);
     const ToolResult r = run(std::string("to-ptz 1200 300 ") + kCamera);
     EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "pan " + fixed6(pan) + "  tilt " + fixed6(tilt) + "\n");
+    EXPECT_EQ(r.out, "pan " + fixed6(pan) + "  tilt " + fixed6(tilt) + kLensText);
 }
 
 TEST_F(Tool, RelativeFixedPointPrintsTheQ16Words) {
@@ -68,9 +68,9 @@ TEST_F(Tool, PanTiltToPixelMatchesTheLibraryInBothForms) {
     viewgeo_context_delete(ctx);
     ToolResult r = run(std::string("--json to-pixel 15 -25 ") + kCamera);
     EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "{\"x\": " + std::to_string(x) + ", \"y\": " + std::to_string(y) + "}\n");
+    EXPECT_EQ(r.out, "{\"x\": " + std::to_string(x) + ", \"y\": " + std::to_string(y) + kLensJson);
     r = run(std::string("to-pixel 15 -25 --fixed ") + kCamera);
-    EXPECT_EQ(r.out, "x " + std::to_string(xq) + "  y " + std::to_string(yq) + "\n");
+    EXPECT_EQ(r.out, "x " + std::to_string(xq) + "  y " + std::to_string(yq) + kLensText);
 }
 
 TEST_F(Tool, UtilitiesPrintTheirResults) {

@@ -73,7 +73,7 @@ TEST_F(Remote, SetCenterFlagsDefaultToZeroAndJsonIsOneObject) {
 TEST_F(Remote, SetCenterIntoAMissingDirectoryCannotWrite) {
     root_.remove(kConf);
     root_.remove("/etc/viewgeo");
-    expect_error(run("remote set-center 1 0 0"), "cannot write /etc/viewgeo/remoteptz.conf", 4);
+    expect_error(run("remote set-center 1 0 0"), "cannot write /etc/viewgeo/remoteptz.conf", 1);
 }
 
 TEST_F(Remote, GetCenterReadsWhatSetCenterWrote) {
@@ -91,28 +91,28 @@ TEST_F(Remote, GetCenterReadsWhatSetCenterWrote) {
 TEST_F(Remote, MissingChannelIsAnErrorNamingIt) {
     for (const char *command : {"remote get-center 4", "remote point 4 1 2", "remote to-pixel 4 10 -20"}) {
         SCOPED_TRACE(command);
-        expect_error(run(command), "channel 4", 4);
+        expect_error(run(command), "channel 4", 1);
         EXPECT_THAT(run(command).err, HasSubstr("[channel_4]"));
     }
 }
 
 TEST_F(Remote, IncompleteChannelGroupIsAnError) {
     root_.write(kConf, "[channel_3]\ncenter_pan = 10\ncenter_tilt = -20\ncalibration_status = 1\n");
-    expect_error(run("remote get-center 3"), "[channel_3]", 4);
-    expect_error(run("remote point 3 960 540" + std::string(kMain)), "[channel_3]", 4);
+    expect_error(run("remote get-center 3"), "[channel_3]", 1);
+    expect_error(run("remote point 3 960 540" + std::string(kMain)), "[channel_3]", 1);
 }
 
 TEST_F(Remote, MissingOrUnreadableFileIsAnError) {
     root_.remove(kConf);
-    expect_error(run("remote get-center 3"), "no calibration file /etc/viewgeo/remoteptz.conf", 4);
+    expect_error(run("remote get-center 3"), "no calibration file /etc/viewgeo/remoteptz.conf", 1);
     root_.make_dir(kConf);
-    expect_error(run("remote get-center 3"), "/etc/viewgeo/remoteptz.conf", 4);
-    expect_error(run("remote set-center 3 1 2"), "cannot write /etc/viewgeo/remoteptz.conf", 4);
+    expect_error(run("remote get-center 3"), "/etc/viewgeo/remoteptz.conf", 1);
+    expect_error(run("remote set-center 3 1 2"), "cannot write /etc/viewgeo/remoteptz.conf", 1);
 }
 
 TEST_F(Remote, GarbageFileHasNoChannel) {
     root_.write(kConf, std::string("\x7f" "ELF\x02\x01", 6) + std::string(3, '\0') + "\n[channel_3\ncenter_pan=x\n");
-    expect_error(run("remote get-center 3"), "[channel_3]", 4);
+    expect_error(run("remote get-center 3"), "[channel_3]", 1);
 }
 
 TEST_F(Remote, PointGivesTheQ16ProjectionFromTheChannelsCentre) {
@@ -122,7 +122,7 @@ TEST_F(Remote, PointGivesTheQ16ProjectionFromTheChannelsCentre) {
     viewgeo_context_delete(ctx);
     const ToolResult r = run("remote point 3 1200 300" + std::string(kMain));
     EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "pan " + q16_text(pan) + "  tilt " + q16_text(tilt) + "\n");
+    EXPECT_EQ(r.out, "pan " + q16_text(pan) + "  tilt " + q16_text(tilt) + kLensText);
     // The picture centre looks along the remote centre (to the fixed-point
     // projection's precision).
     const ToolResult centre = run("--json remote point 3 960 540" + std::string(kMain));
@@ -141,7 +141,7 @@ TEST_F(Remote, PointOnAWidePictureAgreesWithTheLibrary) {
     ASSERT_EQ(viewgeo_to_remote_ptz(ctx, &pan, &tilt, 100, 900), 0);
     viewgeo_context_delete(ctx);
     EXPECT_EQ(run("remote point 3 100 900" + std::string(kWide)).out,
-              "pan " + q16_text(pan) + "  tilt " + q16_text(tilt) + "\n");
+              "pan " + q16_text(pan) + "  tilt " + q16_text(tilt) + kLensText);
 }
 
 TEST_F(Remote, ZoomGivesTheSpanAcrossTheWidth) {
@@ -155,13 +155,13 @@ TEST_F(Remote, ZoomGivesTheSpanAcrossTheWidth) {
 
 TEST_F(Remote, ToPixelFindsTheRemotePositionInTheMainPicture) {
     // The remote centre itself is the picture centre.
-    EXPECT_EQ(run("remote to-pixel 3 10 -20" + std::string(kMain)).out, "x 960  y 540\n");
+    EXPECT_EQ(run("remote to-pixel 3 10 -20" + std::string(kMain)).out, std::string("x 960  y 540") + kLensText);
     viewgeo_context *ctx = main_view(60.0f);
     std::int32_t x = 0, y = 0;
     viewgeo_to_pixel_x(ctx, &x, &y, 15 * 65536, -25 * 65536);
     viewgeo_context_delete(ctx);
     EXPECT_EQ(run("--json remote to-pixel 3 15 -25" + std::string(kMain)).out,
-              "{\"x\": " + std::to_string(x) + ", \"y\": " + std::to_string(y) + "}\n");
+              "{\"x\": " + std::to_string(x) + ", \"y\": " + std::to_string(y) + kLensJson);
     // The wide picture's search stops within half a degree of the target, a
     // few rows short of the centre row as it comes down from row 0.
     ctx = main_view(120.0f);
@@ -171,11 +171,11 @@ TEST_F(Remote, ToPixelFindsTheRemotePositionInTheMainPicture) {
     EXPECT_GT(y, 500);
     EXPECT_LE(y, 540);
     EXPECT_EQ(run("remote to-pixel 3 10 -20" + std::string(kWide)).out,
-              "x " + std::to_string(x) + "  y " + std::to_string(y) + "\n");
+              "x " + std::to_string(x) + "  y " + std::to_string(y) + kLensText);
 }
 
 TEST_F(Remote, ToPixelOutsideTheWidePictureIsNotFound) {
-    expect_error(run("remote to-pixel 3 -170 60" + std::string(kWide)), "not found in the main picture", 5);
+    expect_error(run("remote to-pixel 3 -170 60" + std::string(kWide)), "not found in the main picture", 1);
 }
 
 TEST_F(Remote, PanoramaTurnsThePictureDirectionByTheCamera) {
@@ -197,7 +197,8 @@ TEST_F(Remote, BatchAnswersOneLinePerQuery) {
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.out, "{\"channel\": 3, \"center_pan\": 10, \"center_pan_q16\": 655360, \"center_tilt\": -20, "
                      "\"center_tilt_q16\": -1310720, \"calibration_status\": 1, \"auto_calibrated\": 0}\n"
-                     "{\"error\": true}\n{\"span\": 0, \"span_q16\": 0}\n");
+                     "{\"error\": \"cannot read channel 9 from /etc/viewgeo/remoteptz.conf (no complete [channel_9] "
+                     "group, or the file cannot be read)\", \"line\": 2}\n{\"span\": 0, \"span_q16\": 0}\n");
     EXPECT_THAT(r.err, StartsWith("viewgeo: line 2: "));
     EXPECT_THAT(r.err, HasSubstr("channel 9"));
     EXPECT_EQ(count_lines(r.err), 1);

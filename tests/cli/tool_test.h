@@ -11,6 +11,10 @@
 
 namespace viewgeo::testing {
 
+// What every conversion given --lens rectilinear adds to its result.
+constexpr const char *kLensText = "  lens rectilinear  lens_source option --lens\n";
+constexpr const char *kLensJson = ", \"lens\": \"rectilinear\", \"lens_source\": \"option --lens\"}\n";
+
 inline int count_lines(const std::string &text) {
     int n = 0;
     for (const char c : text) n += c == '\n';

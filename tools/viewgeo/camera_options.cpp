@@ -28,7 +28,7 @@ void CameraOptions::add_to(CLI::App &command, bool with_pantilt) {
         command.add_option("--pan", pan, "camera pan, degrees")->capture_default_str();
         command.add_option("--tilt", tilt, "camera tilt, degrees, positive up")->capture_default_str();
     }
-    command.add_option("--rot", rot, "picture rotation: 0, 90, 180, 270")->capture_default_str();
+    command.add_option("--rot", rot, "picture rotation: 0, 90, 180, 270 or 360")->capture_default_str();
     command.add_option("--lens", lens, "lens model (default: the system's)")
         ->check(CLI::IsMember({"rectilinear", "equidistant", "sine"}));
     command.add_flag("--dewarp", dewarp, "dewarped picture (linear mode of the fixed-point relative form)");
@@ -44,6 +44,29 @@ Context CameraOptions::make_context() const {
     }
     ctx.set_dewarp(dewarp);
     return ctx;
+}
+
+}  // namespace viewgeo::tool
+
+namespace viewgeo::tool {
+
+void CameraOptions::check(bool raw, bool full_turn) const {
+    parse_size(size);
+    check_range("--hfov", hfov, 0.0, 360.0, true, !full_turn, raw);
+    if (vfov) check_range("--vfov", *vfov, 0.0, 360.0, true, true, raw);
+    check_pan("--pan", pan, raw);
+    check_tilt("--tilt", tilt, raw);
+    if (!raw && rot != 0 && rot != 90 && rot != 180 && rot != 270 && rot != 360)
+        throw InvalidInput("--rot", "must be one of 0, 90, 180, 270, 360, got " + std::to_string(rot));
+}
+
+LensChoice lens_choice(const CameraOptions &camera, const Context &ctx) {
+    const std::int32_t type = ctx.get()->projection_type;
+    const std::string name = type == 0 ? "sine" : type == 1 ? "equidistant" : "rectilinear";
+    if (camera.lens) return {name, "option --lens"};
+    // A new context takes the equidistant lens when the flag file exists.
+    if (type == 1) return {name, "flag file /usr/share/viewgeo/viewgeo_projection.conf"};
+    return {name, "default"};
 }
 
 }  // namespace viewgeo::tool

@@ -5,7 +5,7 @@
 #include <memory>
 #include <set>
 
-#include "session.h"
+#include "stream.h"
 
 namespace viewgeo::tool {
 namespace {
@@ -14,9 +14,15 @@ constexpr const char *kConfigPath = "/etc/viewgeo/ovista.conf";
 constexpr const char *kBackupPath = "/etc/viewgeo/ovista.bak";
 
 OvistaContext load_or_fail() {
+    errno = 0;
     std::optional<OvistaContext> ctx = OvistaContext::load();
-    if (!ctx) throw FileError(std::string("cannot read ") + kConfigPath + " (see the system log)");
+    if (!ctx) throw file_failure(std::string("cannot read ") + kConfigPath);
     return std::move(*ctx);
+}
+
+void save_or_fail(const OvistaContext &ctx) {
+    errno = 0;
+    if (!ctx.save()) throw file_failure(std::string("cannot write ") + kConfigPath);
 }
 
 const char *const kCompensatorNames[] = {"pan_comp", "tilt_comp", "x_comp", "y_comp"};
@@ -57,30 +63,39 @@ std::string known_keys() {
 }
 
 // The whole text as a number; anything else names the key it was meant for.
-float parse_float(const std::string &key, const std::string &text) {
+// Each key has its range; `raw` takes any number, NaN and infinities too.
+float parse_float(const std::string &key, const std::string &text, bool raw) {
     char *end = nullptr;
     errno = 0;
     const float value = std::strtof(text.c_str(), &end);
-    if (text.empty() || *end != '\0' || errno == ERANGE || !std::isfinite(value))
-        throw CLI::ValidationError(key, "expected a finite number, got '" + text + "'");
+    if (text.empty() || *end != '\0' || (!raw && (errno == ERANGE || !std::isfinite(value))))
+        throw InvalidInput(key, "expected a finite number, got '" + text + "'");
+    if (key == "center_pan") check_pan(key, value, raw);
+    if (key == "center_tilt") check_tilt(key, value, raw);
+    // The centre and radii are fractions of the picture's width and height.
+    if (key == "center_x" || key == "center_y") check_range(key, value, 0.0, 1.0, false, false, raw);
+    if (key == "radius_x" || key == "radius_y") check_range(key, value, 0.0, 1.0, true, false, raw);
+    if (key == "field_angle") check_range(key, value, 0.0, 180.0, true, false, raw);
     return value;
 }
 
-int parse_type(const std::string &key, const std::string &text) {
+int parse_type(const std::string &key, const std::string &text, bool raw) {
     char *end = nullptr;
     errno = 0;
     const long value = std::strtol(text.c_str(), &end, 10);
     if (text.empty() || *end != '\0' || errno == ERANGE || value < -2147483647L - 1 || value > 2147483647L)
-        throw CLI::ValidationError(key, "expected an integer (1 quadratic, 2 cubic, 0 none), got '" + text + "'");
+        throw InvalidInput(key, "expected an integer (1 quadratic, 2 cubic, 0 none), got '" + text + "'");
+    if (!raw && (value < 0 || value > 2))
+        throw InvalidInput(key, "must be 0 (none), 1 (quadratic) or 2 (cubic), got '" + text + "'");
     return static_cast<int>(value);
 }
 
 // Changes one field of the context; throws naming KEY or VALUE.
-void set_field(OvistaContext &ctx, const std::string &key, const std::string &text) {
+void set_field(OvistaContext &ctx, const std::string &key, const std::string &text, bool raw) {
     PanTilt axis = ctx.axis();
     OvistaLens lens = ctx.lens();
     if (key == "center_pan" || key == "center_tilt") {
-        (key == "center_pan" ? axis.pan : axis.tilt) = parse_float(key, text);
+        (key == "center_pan" ? axis.pan : axis.tilt) = parse_float(key, text, raw);
         ctx.set_axis(axis);
         return;
     }
@@ -91,7 +106,7 @@ void set_field(OvistaContext &ctx, const std::string &key, const std::string &te
                         : key == "field_angle" ? &lens.field_angle
                                                : nullptr;
     if (lens_field != nullptr) {
-        *lens_field = parse_float(key, text);
+        *lens_field = parse_float(key, text, raw);
         ctx.set_lens(lens);
         return;
     }
@@ -103,10 +118,10 @@ void set_field(OvistaContext &ctx, const std::string &key, const std::string &te
         Compensator c = ctx.compensator(which);
         const std::string coefficient = key.substr(dot + 1);
         if (coefficient == "type") {
-            c.type = parse_type(key, text);
+            c.type = parse_type(key, text, raw);
         } else if (coefficient == "A" || coefficient == "B" || coefficient == "C" || coefficient == "D") {
             float *field = coefficient == "A" ? &c.a : coefficient == "B" ? &c.b : coefficient == "C" ? &c.c : &c.d;
-            *field = parse_float(key, text);
+            *field = parse_float(key, text, raw);
         } else {
             break;
         }
@@ -128,7 +143,8 @@ struct PictureOptions {
         command.add_option("--rot", rot, "overview picture rotation, whole degrees")->capture_default_str();
         command.add_flag("--mirror", mirror, "the overview picture is mirrored");
     }
-    Context view() const {
+    Context view(bool raw) const {
+        check_range("--rot", rot, -360.0, 360.0, false, false, raw);
         const auto [width, height] = parse_size(size);
         Context ctx;
         ctx.set_picture(width, height);
@@ -136,6 +152,25 @@ struct PictureOptions {
     }
     void apply(OvistaContext &ctx) const { ctx.set_rotation(rot).set_mirror(mirror); }
 };
+
+// Every overview projection of the tool goes through these two, a block of
+// records at a time.
+void convert_ovista_to_ptz(const OvistaContext &ctx, const Context &view, bool relative, Block &block) {
+    for (std::size_t i = 0; i < block.size(); ++i) {
+        const Pixel pixel{block.x[i], block.y[i]};
+        const PanTilt pt = relative ? ctx.to_ptz_rel(view, pixel) : ctx.to_ptz(view, pixel);
+        block.pan[i] = pt.pan;
+        block.tilt[i] = pt.tilt;
+    }
+}
+
+void convert_ovista_to_pixel(const OvistaContext &ctx, const Context &view, Block &block) {
+    for (std::size_t i = 0; i < block.size(); ++i) {
+        const Pixel p = ctx.to_pixel(view, PanTilt{block.pan[i], block.tilt[i]});
+        block.x[i] = p.x;
+        block.y[i] = p.y;
+    }
+}
 
 }  // namespace
 
@@ -161,12 +196,12 @@ void add_ovista_commands(CLI::App &app, Session &session) {
             throw CLI::ValidationError("VALUE", "missing for key '" + set_args->more.back() + "'");
         OvistaContext ctx = load_or_fail();
         std::set<std::string> changed{set_args->key};
-        set_field(ctx, set_args->key, set_args->value);
+        set_field(ctx, set_args->key, set_args->value, session.raw);
         for (std::size_t i = 0; i < set_args->more.size(); i += 2) {
-            set_field(ctx, set_args->more[i], set_args->more[i + 1]);
+            set_field(ctx, set_args->more[i], set_args->more[i + 1], session.raw);
             changed.insert(set_args->more[i]);
         }
-        if (!ctx.save()) throw FileError(std::string("cannot write ") + kConfigPath + " (see the system log)");
+        save_or_fail(ctx);
         Report report = describe(ctx, &changed);
         report.add_text("saved", kConfigPath);
         session.print(report);
@@ -175,65 +210,91 @@ void add_ovista_commands(CLI::App &app, Session &session) {
     ovista->add_subcommand("save", "read the configuration and write it back in the standard form")
         ->callback([&session] {
             const OvistaContext ctx = load_or_fail();
-            if (!ctx.save()) throw FileError(std::string("cannot write ") + kConfigPath + " (see the system log)");
+            save_or_fail(ctx);
             session.print(Report().add_text("saved", kConfigPath));
         });
 
     ovista->add_subcommand("backup", "copy the configuration to " + std::string(kBackupPath))->callback([&session] {
         const OvistaContext ctx = load_or_fail();
-        if (!ctx.backup()) throw FileError(std::string("cannot write ") + kBackupPath + " (see the system log)");
+        errno = 0;
+        if (!ctx.backup()) throw file_failure(std::string("cannot write ") + kBackupPath);
         session.print(Report().add_text("saved", kBackupPath));
     });
 
-    ovista
-        ->add_subcommand("restore", "replace the configuration by the backup (the defaults when there is none)")
-        ->callback([&session] {
-            OvistaContext ctx = load_or_fail();
-            const bool had_backup = file_exists(kBackupPath) != 0;
-            if (!ctx.restore()) {
-                throw FileError(std::string("cannot restore ") + kConfigPath + " from " + kBackupPath +
-                                " (see the system log)");
-            }
-            Report report = describe(ctx);
-            report.add_text("restored_from", had_backup ? kBackupPath : "defaults");
-            session.print_long(report);
-        });
+    auto defaults_if_missing = std::make_shared<bool>(false);
+    CLI::App *restore = ovista->add_subcommand("restore", "replace the configuration by the backup");
+    restore->add_flag("--defaults-if-missing", *defaults_if_missing,
+                      "without a backup, reset the configuration to the defaults");
+    restore->callback([defaults_if_missing, &session] {
+        OvistaContext ctx = load_or_fail();
+        const bool had_backup = file_exists(kBackupPath) != 0;
+        if (!had_backup && !*defaults_if_missing) {
+            throw FileError(std::string("no backup ") + kBackupPath +
+                            " to restore from (--defaults-if-missing resets to the defaults)");
+        }
+        errno = 0;
+        if (!ctx.restore()) throw file_failure(std::string("cannot restore ") + kConfigPath + " from " + kBackupPath);
+        Report report = describe(ctx);
+        report.add_text("restored_from", had_backup ? kBackupPath : "defaults");
+        session.print_long(report);
+    });
 
     struct ToPtz {
         PictureOptions picture;
         std::int32_t x = 0, y = 0;
         bool relative = false;
+        CLI::Option *x_option = nullptr, *y_option = nullptr;
     };
     auto to_ptz = std::make_shared<ToPtz>();
-    CLI::App *ptz = ovista->add_subcommand("to-ptz", "PTZ pan/tilt of overview pixel X Y");
-    ptz->add_option("x", to_ptz->x, "overview pixel column")->required();
-    ptz->add_option("y", to_ptz->y, "overview pixel row")->required();
+    CLI::App *ptz = ovista->add_subcommand(
+        "to-ptz", "PTZ pan/tilt of overview pixel X Y; without X Y, one \"x y\" per input line");
+    to_ptz->x_option = ptz->add_option("x", to_ptz->x, "overview pixel column");
+    to_ptz->y_option = ptz->add_option("y", to_ptz->y, "overview pixel row");
     ptz->add_flag("--rel", to_ptz->relative, "relative to the overview camera's axis");
     to_ptz->picture.add_to(*ptz);
     ptz->callback([to_ptz, &session] {
-        const Context view = to_ptz->picture.view();
-        OvistaContext ctx = load_or_fail();
-        to_ptz->picture.apply(ctx);
-        const Pixel pixel{to_ptz->x, to_ptz->y};
-        const PanTilt pt = to_ptz->relative ? ctx.to_ptz_rel(view, pixel) : ctx.to_ptz(view, pixel);
-        session.print(Report().add("pan", pt.pan).add("tilt", pt.tilt));
+        // The library applies rotation and mirroring only towards pixels:
+        // accepting them here would break a round trip.
+        if (to_ptz->picture.rot != 0 || to_ptz->picture.mirror) {
+            throw InvalidInput(to_ptz->picture.mirror ? "--mirror" : "--rot",
+                               "applies only to ovista to-pixel; ovista to-ptz takes the picture as the lens sees it");
+        }
+        const Context view = to_ptz->picture.view(session.raw);
+        const OvistaContext ctx = load_or_fail();
+        const bool relative = to_ptz->relative;
+        const Conversion conversion{
+            Records::Pixels,
+            Results::Angles,
+            [&](Block &block) { convert_ovista_to_ptz(ctx, view, relative, block); },
+            {}};
+        stream_or_one(session, to_ptz->x_option, to_ptz->y_option, conversion,
+                      pixel_record(to_ptz->x, to_ptz->y));
     });
 
     struct ToPixel {
         PictureOptions picture;
         float pan = 0.0f, tilt = 0.0f;
+        CLI::Option *pan_option = nullptr, *tilt_option = nullptr;
     };
     auto to_pixel = std::make_shared<ToPixel>();
-    CLI::App *pixel = ovista->add_subcommand("to-pixel", "overview pixel where the PTZ direction PAN TILT appears");
-    pixel->add_option("pan", to_pixel->pan, "PTZ pan, degrees")->required();
-    pixel->add_option("tilt", to_pixel->tilt, "PTZ tilt, degrees")->required();
+    CLI::App *pixel = ovista->add_subcommand(
+        "to-pixel", "overview pixel where the PTZ direction PAN TILT appears; without PAN TILT, one per input line");
+    to_pixel->pan_option = pixel->add_option("pan", to_pixel->pan, "PTZ pan, degrees");
+    to_pixel->tilt_option = pixel->add_option("tilt", to_pixel->tilt, "PTZ tilt, degrees");
     to_pixel->picture.add_to(*pixel);
     pixel->callback([to_pixel, &session] {
-        const Context view = to_pixel->picture.view();
+        check_pan("pan", to_pixel->pan, session.raw);
+        check_tilt("tilt", to_pixel->tilt, session.raw);
+        const Context view = to_pixel->picture.view(session.raw);
         OvistaContext ctx = load_or_fail();
         to_pixel->picture.apply(ctx);
-        const Pixel p = ctx.to_pixel(view, PanTilt{to_pixel->pan, to_pixel->tilt});
-        session.print(Report().add_int("x", p.x).add_int("y", p.y));
+        const Conversion conversion{
+            Records::Angles,
+            Results::Pixels,
+            [&](Block &block) { convert_ovista_to_pixel(ctx, view, block); },
+            {}};
+        stream_or_one(session, to_pixel->pan_option, to_pixel->tilt_option, conversion,
+                      angle_record(to_pixel->pan, to_pixel->tilt));
     });
 }
 

@@ -1,8 +1,10 @@
 // The remote PTZ camera: its per-channel calibration and the mappings between
 // the main picture and the remote camera's pan/tilt.
+#include <cerrno>
 #include <memory>
+#include <new>
 
-#include "session.h"
+#include "stream.h"
 
 namespace viewgeo::tool {
 namespace {
@@ -33,6 +35,31 @@ Context main_view_at_centre(const CameraOptions &camera, int channel) {
     return ctx;
 }
 
+// Every remote mapping of the tool goes through these two, a block of records
+// at a time.
+void convert_remote_point(const Context &ctx, Block &block) {
+    for (std::size_t i = 0; i < block.size(); ++i) {
+        const std::optional<PanTiltQ16> pt = ctx.to_remote_ptz(Pixel{block.x[i], block.y[i]});
+        if (!pt) throw std::bad_alloc();
+        block.pan_q16[i] = pt->pan.raw();
+        block.tilt_q16[i] = pt->tilt.raw();
+    }
+}
+
+void convert_remote_to_pixel(Context &ctx, int channel, Block &block) {
+    for (std::size_t i = 0; i < block.size(); ++i) {
+        const PanTiltQ16 target{Q16::from_float(block.pan[i]), Q16::from_float(block.tilt[i])};
+        const std::optional<Pixel> p = ctx.remote_to_pixel(target, channel);
+        if (!p) {
+            block.failed[i] = 1;
+            block.failure = "pan/tilt not found in the main picture";
+            continue;
+        }
+        block.x[i] = p->x;
+        block.y[i] = p->y;
+    }
+}
+
 }  // namespace
 
 void add_remote_commands(CLI::App &app, Session &session) {
@@ -52,8 +79,12 @@ void add_remote_commands(CLI::App &app, Session &session) {
     set_cmd->add_option("--status", set->status, "calibration status, stored as given")->capture_default_str();
     set_cmd->add_option("--auto", set->automatic, "auto-calibrated flag, stored as given")->capture_default_str();
     set_cmd->callback([set, &session] {
+        check_channel("channel", set->channel, session.raw);
+        check_pan("pan", set->pan, session.raw);
+        check_tilt("tilt", set->tilt, session.raw);
+        errno = 0;
         if (!set_remote_center(set->channel, PanTilt{set->pan, set->tilt}, set->status, set->automatic))
-            throw FileError(std::string("cannot write ") + kCalibrationPath);
+            throw file_failure(std::string("cannot write ") + kCalibrationPath);
         session.print(Report()
                           .add_int("channel", set->channel)
                           .add("center_pan", set->pan)
@@ -68,6 +99,7 @@ void add_remote_commands(CLI::App &app, Session &session) {
     get_cmd->add_option("channel", *get_channel, "channel number")->required();
     get_cmd->callback([get_channel, &session] {
         const int channel = *get_channel;
+        check_channel("channel", channel, session.raw);
         const std::optional<PanTiltQ16> centre = remote_center(channel);
         const std::optional<RemoteCalibration> flags = remote_calibration(channel);
         if (!centre || !flags) throw FileError(unreadable(channel));
@@ -87,16 +119,23 @@ void add_remote_commands(CLI::App &app, Session &session) {
     };
 
     auto point = std::make_shared<Point>();
-    CLI::App *point_cmd = remote->add_subcommand("point", "remote pan/tilt that looks at pixel X Y of the main picture");
+    CLI::App *point_cmd = remote->add_subcommand(
+        "point", "remote pan/tilt that looks at pixel X Y of the main picture; without X Y, one per input line");
     point_cmd->add_option("channel", point->channel, "channel number")->required();
-    point_cmd->add_option("x", point->x, "pixel column")->required();
-    point_cmd->add_option("y", point->y, "pixel row")->required();
+    CLI::Option *point_x = point_cmd->add_option("x", point->x, "pixel column");
+    CLI::Option *point_y = point_cmd->add_option("y", point->y, "pixel row");
     point->camera.add_to(*point_cmd, false);
-    point_cmd->callback([point, &session] {
+    point_cmd->callback([point, point_x, point_y, &session] {
+        check_channel("channel", point->channel, session.raw);
+        point->camera.check(session.raw);
         const Context ctx = main_view_at_centre(point->camera, point->channel);
-        const std::optional<PanTiltQ16> pt = ctx.to_remote_ptz(Pixel{point->x, point->y});
-        if (!pt) throw std::bad_alloc();
-        session.print(Report().add_q16("pan", pt->pan).add_q16("tilt", pt->tilt));
+        const Conversion conversion{
+            Records::Pixels,
+            Results::AnglesQ16,
+            [&ctx](Block &block) { convert_remote_point(ctx, block); },
+            describe_lens(point->camera, ctx)};
+        stream_or_one(session, point_x, point_y, conversion,
+                      pixel_record(point->x, point->y));
     });
 
     auto zoom = std::make_shared<Point>();
@@ -107,27 +146,32 @@ void add_remote_commands(CLI::App &app, Session &session) {
     zoom_cmd->add_option("width", zoom->width, "span in pixels")->required()->check(CLI::Range(0, 1000000));
     zoom->camera.add_to(*zoom_cmd, false);
     zoom_cmd->callback([zoom, &session] {
+        zoom->camera.check(session.raw);
         const Context ctx = main_view(zoom->camera);
         session.print(Report().add_q16("span", ctx.to_remote_zoom(Pixel{zoom->x, zoom->y}, zoom->width)));
     });
 
     auto to_pixel = std::make_shared<Point>();
-    CLI::App *pixel_cmd =
-        remote->add_subcommand("to-pixel", "pixel of the main picture the remote camera sees at PAN TILT");
+    CLI::App *pixel_cmd = remote->add_subcommand(
+        "to-pixel", "pixel of the main picture the remote camera sees at PAN TILT; without PAN TILT, one per input line");
     pixel_cmd->add_option("channel", to_pixel->channel, "channel number")->required();
-    pixel_cmd->add_option("pan", to_pixel->pan, "remote pan, degrees")->required();
-    pixel_cmd->add_option("tilt", to_pixel->tilt, "remote tilt, degrees")->required();
+    CLI::Option *pixel_pan = pixel_cmd->add_option("pan", to_pixel->pan, "remote pan, degrees");
+    CLI::Option *pixel_tilt = pixel_cmd->add_option("tilt", to_pixel->tilt, "remote tilt, degrees");
     to_pixel->camera.add_to(*pixel_cmd, false);
-    pixel_cmd->callback([to_pixel, &session] {
+    pixel_cmd->callback([to_pixel, pixel_pan, pixel_tilt, &session] {
+        check_channel("channel", to_pixel->channel, session.raw);
+        to_pixel->camera.check(session.raw);
+        check_pan("pan", to_pixel->pan, session.raw);
+        check_tilt("tilt", to_pixel->tilt, session.raw);
         Context ctx = main_view_at_centre(to_pixel->camera, to_pixel->channel);
-        const PanTiltQ16 target{Q16::from_float(to_pixel->pan), Q16::from_float(to_pixel->tilt)};
-        const std::optional<Pixel> p = ctx.remote_to_pixel(target, to_pixel->channel);
-        if (!p) {
-            throw CLI::Error("NotFound", "pan/tilt " + std::to_string(to_pixel->pan) + " " +
-                                             std::to_string(to_pixel->tilt) + " not found in the main picture",
-                             5);
-        }
-        session.print(Report().add_int("x", p->x).add_int("y", p->y));
+        const int channel = to_pixel->channel;
+        const Conversion conversion{
+            Records::Angles,
+            Results::Pixels,
+            [&ctx, channel](Block &block) { convert_remote_to_pixel(ctx, channel, block); },
+            describe_lens(to_pixel->camera, ctx)};
+        stream_or_one(session, pixel_pan, pixel_tilt, conversion,
+                      angle_record(to_pixel->pan, to_pixel->tilt));
     });
 
     auto panorama = std::make_shared<Point>();
@@ -137,6 +181,7 @@ void add_remote_commands(CLI::App &app, Session &session) {
     panorama_cmd->add_option("y", panorama->y, "pixel row")->required();
     panorama->camera.add_to(*panorama_cmd);
     panorama_cmd->callback([panorama, &session] {
+        panorama->camera.check(session.raw, true);
         Context ctx = panorama->camera.make_context();
         if (!panorama->camera.vfov) {
             // An equirectangular picture: degrees per pixel alike on both axes.

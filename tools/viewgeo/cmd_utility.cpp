@@ -17,6 +17,8 @@ void add_utility_commands(CLI::App &app, Session &session) {
     pan_delta_cmd->add_option("pan_b", delta->b, "degrees")->required();
     pan_delta_cmd->add_flag("--fixed", delta->fixed, "use the Q16.16 form");
     pan_delta_cmd->callback([delta, &session] {
+        check_range("pan_a", delta->a, -1.0e6, 1.0e6, false, false, session.raw);
+        check_range("pan_b", delta->b, -1.0e6, 1.0e6, false, false, session.raw);
         Report report;
         if (delta->fixed) {
             report.add_q16("delta", pan_delta(Q16::from_float(delta->a), Q16::from_float(delta->b)));
@@ -34,6 +36,10 @@ void add_utility_commands(CLI::App &app, Session &session) {
     circle_cmd->add_option("tilt_b", circle->d, "degrees")->required();
     circle_cmd->add_flag("--fixed", circle->fixed, "use the Q16.16 form");
     circle_cmd->callback([circle, &session] {
+        check_pan("pan_a", circle->a, session.raw);
+        check_tilt("tilt_a", circle->b, session.raw);
+        check_pan("pan_b", circle->c, session.raw);
+        check_tilt("tilt_b", circle->d, session.raw);
         Report report;
         if (circle->fixed) {
             report.add_q16("angle", great_circle(PanTiltQ16{Q16::from_float(circle->a), Q16::from_float(circle->b)},
@@ -52,6 +58,7 @@ void add_utility_commands(CLI::App &app, Session &session) {
     zoom_cmd->add_flag("--fixed", zoom->fixed, "use the Q16.16 form");
     zoom_cmd->callback([zoom, &session] {
         if (zoom->a == 0.0f || zoom->c == 0.0f) throw CLI::ValidationError("zoom", "zoom factors must not be 0");
+        check_range("fov", zoom->b, 0.0, 360.0, true, true, session.raw);
         Report report;
         if (zoom->fixed) {
             std::int32_t after_a = 0, after_b = 0;
@@ -70,6 +77,9 @@ void add_utility_commands(CLI::App &app, Session &session) {
     mag_cmd->add_option("fov_a", magnification->a, "degrees")->required();
     mag_cmd->add_option("fov_b", magnification->b, "degrees")->required();
     mag_cmd->callback([magnification, &session] {
+        // tan(fov / 2) turns negative past 180 degrees.
+        check_range("fov_a", magnification->a, 0.0, 180.0, true, true, session.raw);
+        check_range("fov_b", magnification->b, 0.0, 180.0, true, true, session.raw);
         const Q16 fov_a = Q16::from_float(magnification->a);
         if (fov_a.raw() == 0) throw CLI::ValidationError("fov_a", "must not be 0");
         session.print(Report().add_q16("magnification", zoom_magnification(fov_a, Q16::from_float(magnification->b))));
@@ -78,7 +88,10 @@ void add_utility_commands(CLI::App &app, Session &session) {
     auto wrap = std::make_shared<Args>();
     CLI::App *wrap_cmd = app.add_subcommand("wrap-pan", "pan brought into [-180, 180] by one turn");
     wrap_cmd->add_option("pan", wrap->a, "degrees")->required();
-    wrap_cmd->callback([wrap, &session] { session.print(Report().add("pan", wrap_pan(wrap->a))); });
+    wrap_cmd->callback([wrap, &session] {
+        check_range("pan", wrap->a, -1.0e6, 1.0e6, false, false, session.raw);
+        session.print(Report().add("pan", wrap_pan(wrap->a)));
+    });
 }
 
 }  // namespace viewgeo::tool

@@ -2,7 +2,12 @@
 //
 //   viewgeo to-ptz 1200 300 --size 1920x1080 --hfov 60 --pan 10 --tilt -20
 //   viewgeo --json to-pixel 15 -25 --hfov 60 --pan 10 --tilt -20
+//   viewgeo to-ptz --size 1920x1080 --hfov 60 < pixels.txt   (one "x y" per line)
 //   viewgeo batch < queries.txt      (one command line per input line)
+//
+// Exit status: 0 success, 1 an operation failed (a file, a calibration),
+// 2 usage or invalid input.
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <memory>
@@ -17,7 +22,15 @@ namespace {
 std::unique_ptr<CLI::App> make_app(Session &session, bool allow_batch, bool &batch) {
     auto app = std::make_unique<CLI::App>("Camera geometry of a pan-tilt-zoom camera", "viewgeo");
     app->require_subcommand(1);
-    app->add_flag("--json", session.json, "print results as JSON, one object per line");
+    app->fallthrough();
+    app->footer(
+        "Conversion commands given no coordinates read one record per line from standard input or --input.\n"
+        "Exit status: 0 success, 1 an operation failed (a file, a calibration), 2 usage or invalid input.");
+    app->set_version_flag("--version", tool_version(), "print the library's version and exit");
+    app->add_flag("--json,--jsonl", session.json, "print results as JSON, one object per line");
+    app->add_flag("--csv", session.csv, "print a stream's results as CSV with a header");
+    app->add_flag("--raw", session.raw, "pass values to the library unchecked");
+    app->add_option("--input", session.input, "read records from FILE instead of standard input");
     add_projection_commands(*app, session);
     add_utility_commands(*app, session);
     add_misalignment_commands(*app, session);
@@ -55,9 +68,43 @@ std::string unknown_command(CLI::App &app, const std::vector<std::string> &words
     return "";
 }
 
-// One line of error, naming what was wrong.
-void report_error(const std::string &where, const CLI::Error &e) {
-    std::cerr << "viewgeo: " << where << e.what() << '\n';
+std::string json_text(const std::string &text) {
+    std::string out = "\"";
+    for (const char c : text) {
+        if (static_cast<unsigned char>(c) < 0x20) continue;
+        if (c == '"' || c == '\\') out += '\\';
+        out += c;
+    }
+    return out + "\"";
+}
+
+// One line of error, naming what was wrong; a JSON object with --json.
+void report_error(bool json, const std::string &message) {
+    if (json) {
+        std::cerr << "{\"error\": " << json_text(message) << "}\n";
+    } else {
+        std::cerr << "viewgeo: " << message << '\n';
+    }
+}
+
+// The status of a failure: only the tool's three.
+int exit_status(const CLI::Error &e) { return dynamic_cast<const FileError *>(&e) != nullptr ? kExitFailed : kExitUsage; }
+
+// "viewgeo help [command...]" is "viewgeo [command...] --help".
+std::vector<std::string> arguments(int argc, char **argv) {
+    std::vector<std::string> words(argv + 1, argv + argc);
+    if (!words.empty() && words[0] == "help") {
+        words.erase(words.begin());
+        words.push_back("--help");
+    }
+    return words;
+}
+
+bool wants_json(const std::vector<std::string> &words) {
+    for (const std::string &word : words) {
+        if (word == "--json" || word == "--jsonl") return true;
+    }
+    return false;
 }
 
 int run_batch(bool json) {
@@ -71,28 +118,32 @@ int run_batch(bool json) {
         bool nested_batch = false;
         auto app = make_app(session, false, nested_batch);
         const std::string unknown = unknown_command(*app, CLI::detail::split_up(line));
-        if (!unknown.empty()) {
-            std::cerr << "viewgeo: line " << number << ": " << unknown << '\n';
-            std::cout << (json ? "{\"error\": true}" : "error") << '\n';
-            status = 1;
-            continue;
+        std::string failure = unknown;
+        if (failure.empty()) {
+            try {
+                app->parse(line, false);
+                flush(session);
+                continue;
+            } catch (const CLI::CallForHelp &) {
+                failure = "--help is not answered in batch mode";
+            } catch (const CLI::CallForAllHelp &) {
+                failure = "--help is not answered in batch mode";
+            } catch (const CLI::CallForVersion &) {
+                failure = "--version is not answered in batch mode";
+            } catch (const CLI::Error &e) {
+                failure = e.what();
+            } catch (const std::exception &e) {
+                failure = e.what();
+            }
         }
-        try {
-            app->parse(line, false);
-            flush(session);
-        } catch (const CLI::CallForHelp &) {
-            std::cerr << "viewgeo: line " << number << ": --help is not answered in batch mode\n";
-            std::cout << (json ? "{\"error\": true}" : "error") << '\n';
-            status = 1;
-        } catch (const CLI::Error &e) {
-            report_error("line " + std::to_string(number) + ": ", e);
-            std::cout << (json ? "{\"error\": true}" : "error") << '\n';
-            status = 1;
-        } catch (const std::exception &e) {
-            std::cerr << "viewgeo: line " << number << ": " << e.what() << '\n';
-            std::cout << (json ? "{\"error\": true}" : "error") << '\n';
-            status = 1;
+        // The reason on stderr for people, and in the result's place.
+        std::cerr << "viewgeo: line " << number << ": " << failure << '\n';
+        if (json) {
+            std::cout << "{\"error\": " << json_text(failure) << ", \"line\": " << number << "}\n";
+        } else {
+            std::cout << "error\n";
         }
+        status = 1;
     }
     std::cout.flush();
     return status;
@@ -105,29 +156,40 @@ int main(int argc, char **argv) {
     using namespace viewgeo::tool;
     Session session;
     bool batch = false;
-    auto app = make_app(session, true, batch);
-    const std::string unknown = unknown_command(*app, std::vector<std::string>(argv + 1, argv + argc));
-    if (!unknown.empty()) {
-        std::cerr << "viewgeo: " << unknown << '\n';
-        return 2;
-    }
+    std::vector<std::string> words = arguments(argc, argv);
+    const bool json = wants_json(words);
     try {
-        app->parse(argc, argv);
-    } catch (const CLI::CallForHelp &e) {
-        return app->exit(e);
-    } catch (const CLI::CallForAllHelp &e) {
-        return app->exit(e);
+        auto app = make_app(session, true, batch);
+        const std::string unknown = unknown_command(*app, words);
+        if (!unknown.empty()) {
+            report_error(json, unknown);
+            return kExitUsage;
+        }
+        try {
+            std::reverse(words.begin(), words.end());
+            app->parse(words);
+        } catch (const CLI::CallForHelp &e) {
+            app->exit(e);
+            return kExitOk;
+        } catch (const CLI::CallForAllHelp &e) {
+            app->exit(e);
+            return kExitOk;
+        } catch (const CLI::CallForVersion &e) {
+            app->exit(e);
+            return kExitOk;
+        }
     } catch (const CLI::Error &e) {
-        report_error("", e);
-        return e.get_exit_code() != 0 ? e.get_exit_code() : 2;
+        std::cout.flush();
+        report_error(json, e.what());
+        return exit_status(e);
     } catch (const std::bad_alloc &) {
-        std::cerr << "viewgeo: out of memory\n";
-        return 3;
+        report_error(json, "out of memory");
+        return kExitFailed;
     } catch (const std::exception &e) {
-        std::cerr << "viewgeo: " << e.what() << '\n';
-        return 3;
+        report_error(json, e.what());
+        return kExitFailed;
     }
     if (batch) return run_batch(session.json);
     flush(session);
-    return 0;
+    return session.status;
 }

@@ -31,7 +31,23 @@ struct CameraOptions {
     void add_to(CLI::App &command, bool with_pantilt = true);
     // A context describing this camera.
     Context make_context() const;
+    // Rejects values outside what a camera can have (one line naming the
+    // option and the allowed range, status 2); `raw` lets them through.
+    // A panorama may span the full turn.
+    void check(bool raw, bool full_turn = false) const;
 };
+
+// The lens a context uses and why: "option --lens", the flag file, or the
+// library's default.
+struct LensChoice {
+    std::string name;
+    std::string source;
+};
+LensChoice lens_choice(const CameraOptions &camera, const Context &ctx);
+
+// How results are printed: "name value" pairs (tab-separated columns in a
+// stream), CSV with a header, or one JSON object per line.
+enum class Format { Plain, Csv, Json };
 
 // One result: named values, printed as "name value" pairs or as JSON.
 class Report {
@@ -57,7 +73,11 @@ private:
 
 struct Session {
     bool json = false;
+    bool csv = false;
+    bool raw = false;                 // pass values to the library unchecked
     bool batch = false;               // one result per line, always
+    std::string input;                // records come from this file ("" or "-": standard input)
+    int status = 0;                   // the exit status a stream asks for
     std::vector<std::string> output;  // the lines a command printed
 
     void print(const Report &report) { output.push_back(json ? report.json() : report.text()); }
@@ -67,11 +87,43 @@ struct Session {
     }
 };
 
-// A file the library could not read or write: one line of error, status 4.
+// Exit statuses: the only three the tool returns.
+constexpr int kExitOk = 0;
+constexpr int kExitFailed = 1;   // an operation failed: a file, a calibration
+constexpr int kExitUsage = 2;    // usage or invalid input
+
+// An operation that failed (a file the library could not read or write, a
+// calibration that does not answer): one line of error, status 1.
 class FileError : public CLI::Error {
 public:
-    explicit FileError(const std::string &message) : CLI::Error("FileError", message, 4) {}
+    explicit FileError(const std::string &message) : CLI::Error("FileError", message, kExitFailed) {}
 };
+
+// A value outside its allowed range: one line naming the option and the
+// range, status 2.
+class InvalidInput : public CLI::ValidationError {
+public:
+    InvalidInput(const std::string &option, const std::string &message) : CLI::ValidationError(option, message) {}
+};
+
+// Throws InvalidInput unless `value` is finite and within [low, high] (the
+// ends excluded where `open_low` / `open_high`); `raw` skips the check.
+void check_range(const std::string &option, double value, double low, double high, bool open_low, bool open_high,
+                 bool raw);
+// Pan within [-360, 360] and tilt within [-180, 180], finite.
+void check_pan(const std::string &option, float value, bool raw);
+void check_tilt(const std::string &option, float value, bool raw);
+// A channel number the remote store can name: -99999 to 999999.
+void check_channel(const std::string &option, int value, bool raw);
+
+// Why the last file operation of the library failed, in the system's words;
+// called right after the failed call.
+std::string failure_reason();
+// The error for a failed file operation: `what` and the system's reason
+// (failure_reason()), or a pointer to the system log when there is none.
+FileError file_failure(const std::string &what);
+// The library's version, as built.
+std::string tool_version();
 
 // Parses "WIDTHxHEIGHT"; throws CLI::ValidationError naming --size.
 std::pair<std::int32_t, std::int32_t> parse_size(const std::string &text);

@@ -1,0 +1,175 @@
+// The tool as a filter and as a checker of its input: records streamed
+// through one command, values out of range refused, three exit statuses.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "cli/tool_test.h"
+
+namespace viewgeo::testing {
+namespace {
+
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+constexpr const char *kCamera = " --size 1920x1080 --hfov 60 --pan 10 --tilt -20 --lens rectilinear";
+
+using Stream = ToolTest;
+
+TEST_F(Stream, PlainEchoesTheInputAndPassesCommentsThrough) {
+    const std::string one = run(std::string("to-ptz 1200 300") + kCamera).out;
+    const ToolResult r = run(std::string("to-ptz") + kCamera, "# pixels\n1200 300\n\n1200,300\n");
+    EXPECT_EQ(r.status, 0) << r.err;
+    // The single conversion's numbers, tab-separated after the echoed input.
+    const std::string pan = one.substr(4, one.find("  tilt") - 4);
+    const std::string tilt = one.substr(one.find("tilt ") + 5, one.find("  lens") - one.find("tilt ") - 5);
+    const std::string row = "1200\t300\t" + pan + "\t" + tilt + "\trectilinear\toption --lens\n";
+    EXPECT_EQ(r.out, "# pixels\n" + row + "\n" + row);
+    EXPECT_EQ(r.err, "");
+}
+
+TEST_F(Stream, BadRecordsGiveAnErrorRecordAndTheRunGoesOn) {
+    const ToolResult r = run(std::string("to-ptz") + kCamera, "1 2\nabc 5\n1 2 3\n3 4\n");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(count_lines(r.out), 4) << r.out;
+    EXPECT_THAT(r.out, HasSubstr("abc 5\terror: line 2: x: expected a whole pixel number, got 'abc'\n"));
+    EXPECT_THAT(r.out, HasSubstr("1 2 3\terror: line 3: expected 2 fields (x y), got 3\n"));
+    EXPECT_THAT(r.out, StartsWith("1\t2\t"));
+    EXPECT_THAT(r.out, HasSubstr("\n3\t4\t"));
+    EXPECT_EQ(r.err, "viewgeo: 2 of the 4 input lines failed\n");
+}
+
+TEST_F(Stream, CsvHasAHeaderAndAnErrorColumn) {
+    const ToolResult r = run(std::string("--csv to-pixel") + kCamera, "15 -25\nnan 0\n");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_THAT(r.out, StartsWith("pan,tilt,x,y,lens,lens_source,error\n15,-25,1092,687,rectilinear,option --lens,\n"));
+    EXPECT_THAT(r.out, HasSubstr("nan,0,,,,,\"line 2: pan: must be a finite number in [-360, 360], got nan\"\n"));
+}
+
+TEST_F(Stream, JsonLinesNameTheLineOfEveryRecordAndError) {
+    const ToolResult r = run(std::string("to-pixel --jsonl") + kCamera, "# a\n15 -25\n15\n");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.out, "{\"line\": 1, \"comment\": \"# a\"}\n"
+                     "{\"line\": 2, \"pan\": 15, \"tilt\": -25, \"x\": 1092, \"y\": 687" +
+                         std::string(kLensJson) +
+                         "{\"line\": 3, \"input\": \"15\", \"error\": \"expected 2 fields (pan tilt), got 1\"}\n");
+}
+
+TEST_F(Stream, ReadsAFileGivenWithInput) {
+    root_.write("/pixels.txt", "1200 300\n");
+    const ToolResult r = run("to-ptz --fixed --input '" + root_.real("/pixels.txt") + "'" + kCamera);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_THAT(r.out, StartsWith("1200\t300\t"));
+    EXPECT_EQ(count_lines(r.out), 1);
+}
+
+TEST_F(Stream, AMissingInputFileIsAFailureWithTheSystemsReason) {
+    expect_error(run("to-ptz --input /nonexistent/pixels.txt" + std::string(kCamera)),
+                 "cannot read /nonexistent/pixels.txt: No such file or directory", 1);
+}
+
+TEST_F(Stream, RawPassesAnglesTheChecksWouldRefuse) {
+    const ToolResult r = run(std::string("--raw to-pixel") + kCamera, "nan 0\n");
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_THAT(r.out, StartsWith("nan\t0\t"));
+}
+
+TEST_F(Stream, OneCoordinateAloneIsAUsageError) { expect_error(run(std::string("to-ptz 5") + kCamera), "y", 2); }
+
+TEST_F(Stream, RemoteAndOverviewCommandsStreamToo) {
+    root_.write("/etc/viewgeo/remoteptz.conf",
+                "[channel_3]\ncenter_pan = 10\ncenter_tilt = -20\ncalibration_status = 1\nauto_calibrated = 0\n");
+    ToolResult r = run("remote point 3 --size 1920x1080 --hfov 60 --lens rectilinear", "960 540\n");
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_THAT(r.out, StartsWith("960\t540\t10.000000\t-20.00"));
+    r = run("ovista to-pixel", "0 -90\n");
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "0\t-90\t960\t540\n");
+}
+
+TEST_F(Stream, TheLensSaysWhereItCameFrom) {
+    EXPECT_THAT(run("to-ptz 1 2").out, EndsWith("lens rectilinear  lens_source default\n"));
+    root_.write("/usr/share/viewgeo/viewgeo_projection.conf", "");
+    EXPECT_THAT(run("to-ptz 1 2").out,
+                EndsWith("lens equidistant  lens_source flag file /usr/share/viewgeo/viewgeo_projection.conf\n"));
+    EXPECT_THAT(run("--json to-ptz 1 2 --lens sine").out,
+                EndsWith("\"lens\": \"sine\", \"lens_source\": \"option --lens\"}\n"));
+}
+
+struct Refused {
+    const char *args;
+    const char *named;  // the option and its range, as the message says them
+};
+
+void PrintTo(const Refused &bad, std::ostream *os) { *os << "viewgeo " << bad.args; }
+
+class InvalidInput : public ToolTest, public ::testing::WithParamInterface<Refused> {};
+
+TEST_P(InvalidInput, IsOneLineNamingTheOptionAndItsRangeWithStatus2) {
+    expect_error(run(GetParam().args), GetParam().named, 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Tool, InvalidInput,
+    ::testing::Values(Refused{"to-pixel nan 0", "pan: must be a finite number in [-360, 360]"},
+                      Refused{"to-ptz 1 2 --pan inf", "--pan: must be a finite number in [-360, 360]"},
+                      Refused{"to-ptz 1 2 --hfov -45", "--hfov: must be a finite number in (0, 360)"},
+                      Refused{"to-ptz 1 2 --hfov 400", "--hfov: must be a finite number in (0, 360)"},
+                      Refused{"to-ptz 1 2 --vfov 0", "--vfov: must be a finite number in (0, 360)"},
+                      Refused{"to-ptz 1 2 --tilt 200", "--tilt: must be a finite number in [-180, 180]"},
+                      Refused{"to-ptz 1 2 --rot 45", "--rot: must be one of 0, 90, 180, 270, 360"},
+                      Refused{"magnification 200 60", "fov_a: must be a finite number in (0, 180)"},
+                      Refused{"remote get-center 1000000", "channel: must be a channel number from -99999 to 999999"},
+                      Refused{"ovista to-ptz 1 2 --rot 90", "--rot: applies only to ovista to-pixel"},
+                      Refused{"ovista to-ptz 1 2 --mirror", "--mirror: applies only to ovista to-pixel"},
+                      Refused{"ovista set radius_x 0", "radius_x: must be a finite number in (0, 1]"},
+                      Refused{"ovista set field_angle 0", "field_angle: must be a finite number in (0, 180]"},
+                      Refused{"ovista set x_comp.type 7", "x_comp.type: must be 0 (none), 1 (quadratic) or 2"},
+                      Refused{"to-ptz 1 2 --no-such-option", "--no-such-option"}),
+    [](const ::testing::TestParamInfo<Refused> &info) { return "Case" + std::to_string(info.index); });
+
+TEST_F(Stream, RawLetsTheLibrarysFallbacksThrough) {
+    const ToolResult r = run("--raw to-ptz 1 2 --hfov 0 --rot 45");
+    EXPECT_EQ(r.status, 0) << r.err;
+}
+
+TEST_F(Stream, ExitStatusesAreDocumentedInHelp) {
+    const ToolResult r = run("--help");
+    EXPECT_EQ(r.status, 0);
+    EXPECT_THAT(r.out, HasSubstr("Exit status: 0 success, 1 an operation failed"));
+    EXPECT_THAT(r.out, HasSubstr("2 usage or invalid input"));
+}
+
+TEST_F(Stream, HelpCommandAnswersLikeHelpOption) {
+    const ToolResult r = run("help to-pixel");
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.out, run("to-pixel --help").out);
+    EXPECT_THAT(r.out, HasSubstr("Usage"));
+}
+
+TEST_F(Stream, VersionIsTheLibrarysVersion) {
+    const ToolResult r = run("--version");
+    EXPECT_EQ(r.status, 0);
+    EXPECT_TRUE(std::regex_match(r.out, std::regex("[0-9]+\\.[0-9]+\\.[0-9]+\n"))) << r.out;
+}
+
+TEST_F(Stream, JsonErrorsAreObjects) {
+    const ToolResult r = run("--json to-ptz 1 2 --rot 45");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err, "{\"error\": \"--rot: must be one of 0, 90, 180, 270, 360, got 45\"}\n");
+    EXPECT_EQ(run("--json no-such-command").err,
+              "{\"error\": \"unknown command 'no-such-command' (see viewgeo --help)\"}\n");
+}
+
+TEST_F(Stream, AFailedWriteGivesTheSystemsReason) {
+    root_.remove("/etc/viewgeo");
+    const ToolResult r = run("remote set-center 1 0 0");
+    expect_error(r, "cannot write /etc/viewgeo/remoteptz.conf", 1);
+    EXPECT_THAT(r.err, HasSubstr("No such file or directory")) << "the reason, not only the system log";
+}
+
+}  // namespace
+}  // namespace viewgeo::testing
