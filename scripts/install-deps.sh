@@ -1,13 +1,15 @@
 #!/bin/sh
 # Installs what the project needs from Debian's packages; does nothing when
 # everything is already there.
-#   scripts/install-deps.sh          what building the library and tool needs
+#   scripts/install-deps.sh          what building the library, tool and Python
+#                                    package needs
 #   scripts/install-deps.sh --test   also what the tests, benchmarks, fuzzers,
-#                                    memory checks and emulated runs need
+#                                    memory checks, emulated runs and the Python
+#                                    tests and example need
 set -eu
-packages="cmake g++ make pkg-config binutils libinih-dev libcli11-dev"
+packages="cmake g++ make pkg-config binutils libinih-dev libcli11-dev python3-dev pybind11-dev python3-numpy"
 if [ "${1:-}" = --test ]; then
-    packages="$packages libgtest-dev libgmock-dev libbenchmark-dev libfixmath-dev clang libclang-rt-14-dev valgrind qemu-user"
+    packages="$packages libgtest-dev libgmock-dev libbenchmark-dev libfixmath-dev clang libclang-rt-14-dev valgrind qemu-user python3-pytest python3-hypothesis python3-matplotlib"
 fi
 missing=""
 for p in $packages; do
