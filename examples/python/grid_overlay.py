@@ -110,7 +110,11 @@ def draw(args):
             continue
         tilt_lines += 1
         ax.plot(x, y, color="#c62828", linewidth=3.0 if tilt_value == 0 else 1.2)
-        i = np.nanargmin(x)
+        # Labelled at its leftmost point clear of the top and bottom edges.
+        clear = np.where((y >= 14) & (y <= height - 30), x, np.nan)
+        if np.all(np.isnan(clear)):
+            continue
+        i = np.nanargmin(clear)
         ax.text(max(x[i], 4), y[i], f"{tilt_value:g}°", color="#c62828", fontsize=8, ha="left", va="center",
                 bbox=dict(facecolor="white", alpha=0.7, edgecolor="none", pad=1))
 

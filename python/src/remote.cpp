@@ -146,7 +146,10 @@ OSError when the file is missing or holds no valid vfov.
 Remote pan/tilt (int32 Q16.16 words) that looks at pixel (x, y) of the main
 picture (arrays broadcast). The context holds the remote centre as its
 pan/tilt (see get_remote_center). From a 100-degree horizontal field on, a
-narrower sub-view is projected. ValueError for a zero picture size.
+narrower sub-view is projected. The remote mappings read the stored
+vertical field of view, not one derived from the aspect: to keep the
+derived one, store it (ctx.vert_fov_q16 = ctx.vert_fov_q16). ValueError for
+a zero picture size.
 )doc");
     cls.def("to_remote_zoom", &to_remote_zoom, py::arg("x"), py::arg("y"), py::arg("width"), R"doc(
 Angular width (int32 Q16.16 degrees, >= 0) the main view sees across `width`
@@ -159,7 +162,8 @@ Pixel (x, y) of the main picture that the remote camera sees at pan/tilt
 (int32 Q16.16 words, arrays broadcast) on `channel`, and `found`, a bool
 array: False (x = y = -1) where the search did not find the direction.
 Loads the channel's centre into this context's pan/tilt (and, from a
-100-degree field on, sets pic_rot to 0). OSError when the centre cannot be
+100-degree field on, sets pic_rot to 0). Reads the stored vertical field of
+view, as to_remote_ptz does. OSError when the centre cannot be
 read; ValueError for a zero picture size.
 )doc");
     cls.def("panorama_spherical_to_remote_ptz", &panorama_to_remote_ptz, py::arg("x"), py::arg("y"), R"doc(
