@@ -63,7 +63,7 @@ py::tuple to_pixel(const Context &self, py::handle pan, py::handle tilt, bool fi
             viewgeo_to_pixel_x_array(&view, n, p, t, x, y);
         });
     }
-    const Broadcast args{{pan, Kind::Degrees, "pan"}, {tilt, Kind::Degrees, "tilt"}};
+    const Broadcast args{{pan, Kind::Real, "pan"}, {tilt, Kind::Real, "tilt"}};
     return convert_pair<float, std::int32_t>(args, [&](std::size_t n, const float *p, const float *t, std::int32_t *x, std::int32_t *y) {
         viewgeo_to_pixel_f_array(&view, n, p, t, x, y);
     });

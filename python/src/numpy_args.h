@@ -19,7 +19,7 @@ namespace py = pybind11;
 enum class Kind {
     Pixel,   // whole pixels: any integer type, values within int32
     Word,    // Q16.16 words: any integer type, values within int32
-    Degrees, // angles or factors: any real or integer type, taken as float32
+    Real,    // degrees, factors, vector components: any real or integer type, taken as float32
 };
 
 struct Arg {
@@ -51,8 +51,8 @@ private:
     bool scalar_ = false;
 };
 
-// One scalar argument as an int32 (ValueError when out of range, TypeError
-// when not an integer) or as a float.
+// One scalar argument as an int32: TypeError when it is not an integer,
+// ValueError when it lies outside the int32 range.
 std::int32_t int32_arg(py::handle value, const char *name);
 
 }  // namespace viewgeo_py

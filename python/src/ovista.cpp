@@ -131,7 +131,7 @@ py::tuple to_ptz(const OvistaContext &s, const Context &view, py::handle x, py::
 }
 
 py::tuple to_pixel(const OvistaContext &s, const Context &view, py::handle pan, py::handle tilt) {
-    const Broadcast args{{pan, Kind::Degrees, "pan"}, {tilt, Kind::Degrees, "tilt"}};
+    const Broadcast args{{pan, Kind::Real, "pan"}, {tilt, Kind::Real, "tilt"}};
     const viewgeo_ovista_context overview = *s.c;
     const viewgeo_context picture = *view.c;
     py::array_t<std::int32_t> x = args.output<std::int32_t>(), y = args.output<std::int32_t>();
@@ -167,7 +167,7 @@ a copy; assign it back to change the context.
             return a.type == b.type && a.A == b.A && a.B == b.B && a.C == b.C && a.D == b.D;
         })
         .def("__call__", [](const viewgeo_ovista_compensator &c, py::handle x) {
-            const Broadcast args{{x, Kind::Degrees, "x"}};
+            const Broadcast args{{x, Kind::Real, "x"}};
             const viewgeo_ovista_compensator copy = c;
             py::array_t<float> out = args.output<float>();
             float *o = out.mutable_data();

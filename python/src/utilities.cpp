@@ -85,7 +85,7 @@ void bind_utilities(py::module_ &m) {
     m.attr("rtod_f") = rtod_f;
 
     m.def("to_q16", [](py::handle degrees) {
-        const Broadcast a{{degrees, Kind::Degrees, "degrees"}};
+        const Broadcast a{{degrees, Kind::Real, "degrees"}};
         const float *d = a.data<float>(0);
         return each_point<std::int32_t>(a, [&](std::size_t i) { return q16_from_degrees(d[i]); });
     }, py::arg("degrees"), R"doc(
@@ -104,7 +104,7 @@ its float setters store. Values beyond the Q16.16 range (+-32768) saturate.
             const std::int32_t *x = a.data<std::int32_t>(0), *y = a.data<std::int32_t>(1);
             return each_point<std::int32_t>(a, [&](std::size_t i) { return viewgeo_get_pan_delta_x(x[i], y[i]); });
         }
-        const Broadcast a{{pan_a, Kind::Degrees, "pan_a"}, {pan_b, Kind::Degrees, "pan_b"}};
+        const Broadcast a{{pan_a, Kind::Real, "pan_a"}, {pan_b, Kind::Real, "pan_b"}};
         const float *x = a.data<float>(0), *y = a.data<float>(1);
         return each_point<float>(a, [&](std::size_t i) { return viewgeo_get_pan_delta(x[i], y[i]); });
     }, py::arg("pan_a"), py::arg("pan_b"), py::kw_only(), py::arg("fixed") = false, R"doc(
@@ -119,7 +119,7 @@ pans less than 360 apart (more gives a negative value). Arrays broadcast.
             const std::int32_t *p = a.data<std::int32_t>(0), *t = a.data<std::int32_t>(1), *q = a.data<std::int32_t>(2), *u = a.data<std::int32_t>(3);
             return each_point<std::int32_t>(a, [&](std::size_t i) { return viewgeo_get_great_circle_x(p[i], t[i], q[i], u[i]); });
         }
-        const Broadcast a{{pan_a, Kind::Degrees, "pan_a"}, {tilt_a, Kind::Degrees, "tilt_a"}, {pan_b, Kind::Degrees, "pan_b"}, {tilt_b, Kind::Degrees, "tilt_b"}};
+        const Broadcast a{{pan_a, Kind::Real, "pan_a"}, {tilt_a, Kind::Real, "tilt_a"}, {pan_b, Kind::Real, "pan_b"}, {tilt_b, Kind::Real, "tilt_b"}};
         const float *p = a.data<float>(0), *t = a.data<float>(1), *q = a.data<float>(2), *u = a.data<float>(3);
         return each_point<float>(a, [&](std::size_t i) { return viewgeo_get_great_circle(p[i], t[i], q[i], u[i]); });
     }, py::arg("pan_a"), py::arg("tilt_a"), py::arg("pan_b"), py::arg("tilt_b"), py::kw_only(), py::arg("fixed") = false, R"doc(
@@ -146,7 +146,7 @@ INT32_MAX (INT32_MIN for a negative quotient, 0 for 0 / 0). Arrays broadcast.
                 viewgeo_get_zoom_fov_x(x[i], f[i], y[i], &o[0][i], &o[1][i]);
             });
         }
-        const Broadcast a{{zoom_a, Kind::Degrees, "zoom_a"}, {fov, Kind::Degrees, "fov"}, {zoom_b, Kind::Degrees, "zoom_b"}};
+        const Broadcast a{{zoom_a, Kind::Real, "zoom_a"}, {fov, Kind::Real, "fov"}, {zoom_b, Kind::Real, "zoom_b"}};
         const float *x = a.data<float>(0), *f = a.data<float>(1), *y = a.data<float>(2);
         return each_point_n<float, 2>(a, [&](std::size_t i, std::array<float *, 2> &o) {
             viewgeo_get_zoom_fov(x[i], f[i], y[i], &o[0][i], &o[1][i]);
@@ -159,13 +159,13 @@ one gives about 180 degrees, or NaN with a zero field). Arrays broadcast.
 )doc");
 
     m.def("wrap_pan", [](py::handle pan) {
-        const Broadcast a{{pan, Kind::Degrees, "pan"}};
+        const Broadcast a{{pan, Kind::Real, "pan"}};
         const float *p = a.data<float>(0);
         return each_point<float>(a, [&](std::size_t i) { return viewgeo_wrap_pan(p[i]); });
     }, py::arg("pan"), "Pan (degrees) brought into [-180, 180] by one turn at most; beyond +-540 it stays outside.");
 
     m.def("ptz_to_cartesian", [](py::handle pan, py::handle tilt) {
-        const Broadcast a{{pan, Kind::Degrees, "pan"}, {tilt, Kind::Degrees, "tilt"}};
+        const Broadcast a{{pan, Kind::Real, "pan"}, {tilt, Kind::Real, "tilt"}};
         const float *p = a.data<float>(0), *t = a.data<float>(1);
         return each_point_n<float, 3>(a, [&](std::size_t i, std::array<float *, 3> &o) {
             viewgeo_ptz_to_cartesian_f(p[i], t[i], &o[0][i], &o[1][i], &o[2][i]);
@@ -175,7 +175,7 @@ Unit vector (x, y, z) of the direction pan/tilt (degrees): +x toward pan 0
 at tilt 0, +y toward pan 90, +z up. float32 results of double products.
 )doc");
     m.def("cartesian_to_ptz", [](py::handle x, py::handle y, py::handle z) {
-        const Broadcast a{{x, Kind::Degrees, "x"}, {y, Kind::Degrees, "y"}, {z, Kind::Degrees, "z"}};
+        const Broadcast a{{x, Kind::Real, "x"}, {y, Kind::Real, "y"}, {z, Kind::Real, "z"}};
         const float *px = a.data<float>(0), *py_ = a.data<float>(1), *pz = a.data<float>(2);
         return each_point_n<float, 2>(a, [&](std::size_t i, std::array<float *, 2> &o) {
             if (viewgeo_cartesian_to_ptz_f(px[i], py_[i], pz[i], &o[0][i], &o[1][i]) != 0) {
