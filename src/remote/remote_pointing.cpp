@@ -11,7 +11,7 @@ namespace viewgeo {
 int to_remote_ptz(const viewgeo_context *ctx, SubviewLens &lens, std::int32_t *pan, std::int32_t *tilt,
                   std::int32_t x, std::int32_t y) {
     if (q16_to_float(ctx->horiz_fov) < 100.0f) {
-        const PanTiltX direction = direction_of_pixel_x(*ctx, x, y);
+        const PanTiltX direction = direction_of_pixel_x(prepare_direction_view_x(*ctx), x, y);
         *pan = direction.pan;
         *tilt = direction.tilt;
     } else {
@@ -31,7 +31,7 @@ int to_remote_ptz(const viewgeo_context *ctx, SubviewLens &lens, std::int32_t *p
         sub->pic_height = down.size;
         sub->horiz_fov = hf;
         set_vert_fov(*sub, vf);
-        const PanTiltX direction = direction_of_pixel_x(*sub, across.corner, down.corner);
+        const PanTiltX direction = direction_of_pixel_x(prepare_direction_view_x(*sub), across.corner, down.corner);
         *pan = direction.pan;
         *tilt = direction.tilt;
     }

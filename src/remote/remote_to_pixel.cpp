@@ -103,7 +103,7 @@ int remote_to_pixel(viewgeo_context *ctx, std::int32_t *x, std::int32_t *y, q16 
     // The channel's centre stays in the context afterwards.
     if (viewgeo_get_remote_center(ctx, channel) != 0) return -1;
     if (q16_to_float(ctx->horiz_fov) < 100.0f) {
-        const PixelPair pixel = pixel_of_direction_x(*ctx, pan, tilt);
+        const Pixel pixel = pixel_of_direction_x(prepare_pixel_view_x(*ctx), pan, tilt);
         *x = pixel.x;
         *y = pixel.y;
         return 0;
