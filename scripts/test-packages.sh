@@ -1,7 +1,7 @@
 #!/bin/sh
 # Builds the Debian packages from packaging/debian/ and checks them:
 #   1. dpkg-buildpackage -us -uc -b for the build machine (libviewgeo1,
-#      libviewgeo-dev, viewgeo; python3-viewgeo too once python/ exists);
+#      libviewgeo-dev, viewgeo, python3-viewgeo);
 #   2. lintian on the result: no error and no warning;
 #   3. the autopkgtest (debian/tests/) against the packages installed on this
 #      machine by autopkgtest's null runner; they are purged afterwards;
@@ -40,13 +40,6 @@ stage() {
         tar -C "$SOURCE" --exclude=./build --exclude=./.git -cf - . | tar -xf - -C "$dir"
     fi
     cp -R "$SOURCE/packaging/debian" "$dir/debian"
-    if [ -d "$SOURCE/python" ]; then
-        # The binding's package: its stanza, install list and build needs.
-        cat "$SOURCE/packaging/python3-viewgeo/control" >>"$dir/debian/control"
-        cp "$SOURCE/packaging/python3-viewgeo/python3-viewgeo.install" "$dir/debian/"
-        sed -i "s/^Build-Depends: /Build-Depends: $(cat "$SOURCE/packaging/python3-viewgeo/build-depends"), /" \
-            "$dir/debian/control"
-    fi
     echo "$dir"
 }
 
