@@ -14,7 +14,7 @@ if [ "${1:-}" = --test ]; then
     packages="$packages libgtest-dev libgmock-dev libbenchmark-dev libfixmath-dev clang libclang-rt-14-dev valgrind qemu-user librsvg2-bin python3-pytest python3-hypothesis python3-matplotlib"
 fi
 if [ "${1:-}" = --packages ]; then
-    packages="$packages dpkg-dev debhelper lintian autopkgtest abigail-tools"
+    packages="$packages dpkg-dev debhelper dh-python lintian autopkgtest abigail-tools"
 fi
 missing=""
 for p in $packages; do
