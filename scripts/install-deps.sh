@@ -22,6 +22,7 @@ for p in $packages; do
 done
 if [ -n "$missing" ]; then
     echo "installing:$missing"
-    apt-get update -qq
+    # A mirror caught mid-sync fails one index; the others still serve.
+    apt-get update -qq || echo "apt-get update reported an error; installing from the indexes it has"
     DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $missing >/dev/null
 fi
