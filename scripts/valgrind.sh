@@ -16,6 +16,7 @@ if [ "$build" = build/ci ] && [ ! -x build/ci/tests/viewgeo_tests ]; then
 fi
 command -v valgrind >/dev/null || { echo "valgrind is not installed" >&2; exit 1; }
 export VIEWGEO_SWEEP_STRIDE="${VIEWGEO_SWEEP_STRIDE:-61}"
+export VIEWGEO_WRITER_REWRITES="${VIEWGEO_WRITER_REWRITES:-50}"
 
 log_dir="$build/valgrind"
 mkdir -p "$log_dir"
