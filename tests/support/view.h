@@ -42,6 +42,52 @@ inline View view_of(std::int32_t hfov, std::int32_t vfov, std::int32_t pan, std:
     return v;
 }
 
+// The two outputs of a projection, read back as one value. Each call below
+// starts them at -12345, a value none of the tests' views gives, so that an
+// output the projection leaves unwritten shows.
+struct PixelOut {
+    std::int32_t x;
+    std::int32_t y;
+};
+template <typename T>
+struct PanTiltOut {
+    T pan;
+    T tilt;
+};
+using PanTiltOutF = PanTiltOut<float>;
+using PanTiltOutX = PanTiltOut<std::int32_t>;
+
+inline PixelOut pixel_of_f(const viewgeo_context &ctx, float pan, float tilt) {
+    PixelOut p{-12345, -12345};
+    viewgeo_to_pixel_f(&ctx, &p.x, &p.y, pan, tilt);
+    return p;
+}
+inline PixelOut pixel_of_x(const viewgeo_context &ctx, std::int32_t pan, std::int32_t tilt) {
+    PixelOut p{-12345, -12345};
+    viewgeo_to_pixel_x(&ctx, &p.x, &p.y, pan, tilt);
+    return p;
+}
+inline PanTiltOutF ptz_of_f(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
+    PanTiltOutF d{-12345.0f, -12345.0f};
+    viewgeo_to_ptz_f(&ctx, &d.pan, &d.tilt, x, y);
+    return d;
+}
+inline PanTiltOutF ptz_rel_of_f(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
+    PanTiltOutF d{-12345.0f, -12345.0f};
+    viewgeo_to_ptz_f_rel(&ctx, &d.pan, &d.tilt, x, y);
+    return d;
+}
+inline PanTiltOutX ptz_of_x(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
+    PanTiltOutX d{-12345, -12345};
+    viewgeo_to_ptz_x(&ctx, &d.pan, &d.tilt, x, y);
+    return d;
+}
+inline PanTiltOutX ptz_rel_of_x(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
+    PanTiltOutX d{-12345, -12345};
+    viewgeo_to_ptz_x_rel(&ctx, &d.pan, &d.tilt, x, y);
+    return d;
+}
+
 // Sole owner of an overview context.
 struct OvistaDeleter {
     void operator()(viewgeo_ovista_context *ctx) const { viewgeo_ovista_context_delete(ctx); }
