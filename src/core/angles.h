@@ -90,4 +90,17 @@ constexpr q16 pan_offset(q16 pan, q16 camera_pan) {
     return e < kQ16Deg180 ? wrap_neg(e) : wrap_sub(kQ16Deg360, e);
 }
 
+// The tilt of a ray behind the camera, given as a tilt past the zenith or
+// nadir (so that the pan offset stays within +-90) rather than as a pan
+// turned by 180 degrees: positions stored by callers are in this form.
+// `tilt` is the ray's own tilt in [-90, 90], `up` its upward component in the
+// level frame and `camera_tilt` the camera's tilt in degrees; a level camera
+// keeps the mirrored tilt as it is.
+constexpr float tilt_behind_camera(float tilt, float up, float camera_tilt) {
+    const float mirrored = tilt < 0.0f ? -180.0f - tilt : 180.0f - tilt;
+    if (camera_tilt > 0.0f && up < 0.0f) return mirrored + 360.0f;
+    if (camera_tilt < 0.0f && up >= 0.0f) return mirrored - 360.0f;
+    return mirrored;
+}
+
 }  // namespace viewgeo

@@ -261,18 +261,7 @@ PanTiltX direction_of_pixel_x(const DirectionViewX &view, std::int32_t x, std::i
     }
     // A ray behind the camera is expressed as a tilt past the zenith or
     // nadir with the pan offset kept within +-90, not as a pan turned by 180.
-    const float tilt_f = view.camera_tilt_f;
-    const bool behind = view.over_pole ? n_f >= 0.0f : n_f < 0.0f;
-    if (behind) {
-        tilt_out = tilt_out < 0.0f ? -180.0f - tilt_out : 180.0f - tilt_out;
-        if (tilt_f != 0.0f) {
-            if (tilt_f > 0.0f && e_f < 0.0f) {
-                tilt_out += 360.0f;
-            } else if (tilt_f < 0.0f && e_f >= 0.0f) {
-                tilt_out -= 360.0f;
-            }
-        }
-    }
+    if (view.over_pole ? n_f >= 0.0f : n_f < 0.0f) tilt_out = tilt_behind_camera(tilt_out, e_f, view.camera_tilt_f);
     return {wrap_pan(pan_out), q16_from_float(tilt_out)};
 }
 

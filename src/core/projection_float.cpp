@@ -241,16 +241,7 @@ PanTiltF direction_of_pixel_f(const DirectionViewF &view, std::int32_t x, std::i
     // degrees. Positions stored by callers are in this form. (The camera
     // tilt comes from a Q16.16 word and is never NaN, so a view not over the
     // pole is level.)
-    if ((!view.over_pole && n < 0.0f) || (view.over_pole && n >= 0.0f)) {
-        tilt_out = tilt_out < 0.0f ? -180.0f - tilt_out : 180.0f - tilt_out;
-        if (t_c != 0.0f) {
-            if (t_c > 0.0f && e < 0.0f) {
-                tilt_out += 360.0f;
-            } else if (t_c < 0.0f && e >= 0.0f) {
-                tilt_out -= 360.0f;
-            }
-        }
-    }
+    if (view.over_pole ? n >= 0.0f : n < 0.0f) tilt_out = tilt_behind_camera(tilt_out, e, t_c);
 
     // Absolute pan, wrapped once into [-180, 180].
     return {wrap_pan(view.camera_pan + q), tilt_out};
