@@ -57,35 +57,32 @@ struct PanTiltOut {
 using PanTiltOutF = PanTiltOut<float>;
 using PanTiltOutX = PanTiltOut<std::int32_t>;
 
+// Runs `project` on the two outputs of an Out, both started at -12345.
+template <typename Out, typename Project>
+Out outputs_of(Project project) {
+    Out out{-12345, -12345};
+    auto &[first, second] = out;
+    project(&first, &second);
+    return out;
+}
+
 inline PixelOut pixel_of_f(const viewgeo_context &ctx, float pan, float tilt) {
-    PixelOut p{-12345, -12345};
-    viewgeo_to_pixel_f(&ctx, &p.x, &p.y, pan, tilt);
-    return p;
+    return outputs_of<PixelOut>([&](auto *x, auto *y) { viewgeo_to_pixel_f(&ctx, x, y, pan, tilt); });
 }
 inline PixelOut pixel_of_x(const viewgeo_context &ctx, std::int32_t pan, std::int32_t tilt) {
-    PixelOut p{-12345, -12345};
-    viewgeo_to_pixel_x(&ctx, &p.x, &p.y, pan, tilt);
-    return p;
+    return outputs_of<PixelOut>([&](auto *x, auto *y) { viewgeo_to_pixel_x(&ctx, x, y, pan, tilt); });
 }
 inline PanTiltOutF ptz_of_f(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
-    PanTiltOutF d{-12345.0f, -12345.0f};
-    viewgeo_to_ptz_f(&ctx, &d.pan, &d.tilt, x, y);
-    return d;
+    return outputs_of<PanTiltOutF>([&](auto *pan, auto *tilt) { viewgeo_to_ptz_f(&ctx, pan, tilt, x, y); });
 }
 inline PanTiltOutF ptz_rel_of_f(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
-    PanTiltOutF d{-12345.0f, -12345.0f};
-    viewgeo_to_ptz_f_rel(&ctx, &d.pan, &d.tilt, x, y);
-    return d;
+    return outputs_of<PanTiltOutF>([&](auto *pan, auto *tilt) { viewgeo_to_ptz_f_rel(&ctx, pan, tilt, x, y); });
 }
 inline PanTiltOutX ptz_of_x(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
-    PanTiltOutX d{-12345, -12345};
-    viewgeo_to_ptz_x(&ctx, &d.pan, &d.tilt, x, y);
-    return d;
+    return outputs_of<PanTiltOutX>([&](auto *pan, auto *tilt) { viewgeo_to_ptz_x(&ctx, pan, tilt, x, y); });
 }
 inline PanTiltOutX ptz_rel_of_x(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
-    PanTiltOutX d{-12345, -12345};
-    viewgeo_to_ptz_x_rel(&ctx, &d.pan, &d.tilt, x, y);
-    return d;
+    return outputs_of<PanTiltOutX>([&](auto *pan, auto *tilt) { viewgeo_to_ptz_x_rel(&ctx, pan, tilt, x, y); });
 }
 
 // Sole owner of an overview context.
