@@ -1,8 +1,9 @@
 // The angle rules every calculation shares: the conversion factors between
-// degrees and radians with their exact bits, the once-only pan wrap and the
-// pan offset of a target from the camera. Each is written here only; the
-// exported factors (dtor_f, rtod_f, and dtor_x, rtod_x from the Q16.16
-// factors of core/q16.h) are defined from these.
+// degrees and radians with their exact bits, the once-only pan wrap, the pan
+// offset of a target from the camera and the tilt of a ray behind the
+// camera. Each is written here only; the exported factors (dtor_f, rtod_f,
+// and dtor_x, rtod_x from the Q16.16 factors of core/q16.h) are defined from
+// these.
 //
 // The factors are those the stored calibrations were made with, not the
 // correctly rounded values where the two differ: do not "improve" them.
