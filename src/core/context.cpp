@@ -61,6 +61,11 @@ void free_context(viewgeo_context *ctx) {
     std::free(ctx);
 }
 
+void set_pantilt_f(viewgeo_context &ctx, float pan, float tilt) {
+    ctx.pan = q16_from_float(pan);
+    ctx.tilt = q16_from_float(tilt);
+}
+
 }  // namespace viewgeo
 
 using namespace viewgeo;
@@ -76,10 +81,7 @@ VIEWGEO_API viewgeo_context *viewgeo_context_create(void) {
 
 VIEWGEO_API void viewgeo_context_delete(viewgeo_context *ctx) { free_context(ctx); }
 
-VIEWGEO_API void viewgeo_set_pantilt_f(viewgeo_context *ctx, float pan, float tilt) {
-    ctx->pan = q16_from_float(pan);
-    ctx->tilt = q16_from_float(tilt);
-}
+VIEWGEO_API void viewgeo_set_pantilt_f(viewgeo_context *ctx, float pan, float tilt) { set_pantilt_f(*ctx, pan, tilt); }
 
 VIEWGEO_API void viewgeo_get_pantilt_f(const viewgeo_context *ctx, float *pan, float *tilt) {
     *pan = q16_to_float(ctx->pan);

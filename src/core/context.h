@@ -34,4 +34,7 @@ inline void set_vert_fov(viewgeo_context &ctx, std::int32_t fov) {
     ctx.vert_fov_set = true;
 }
 
+// The view's direction given in float degrees, kept as Q16.16.
+void set_pantilt_f(viewgeo_context &ctx, float pan, float tilt);
+
 }  // namespace viewgeo

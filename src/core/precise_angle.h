@@ -9,13 +9,15 @@
 #include <cstdint>
 #include <limits>
 
+#include "core/angles.h"
+
 namespace viewgeo::precise {
 
 // pi/180 and 180/pi correctly rounded to double (pi * kRadToDeg is exactly
-// 180.0, pi/2 * kRadToDeg exactly 90.0).
-inline constexpr double kDegToRad = 0.017453292519943295;
-inline constexpr double kRadToDeg = 57.29577951308232;
-inline constexpr double kPi = 3.141592653589793;
+// 180.0, pi/2 * kRadToDeg exactly 90.0), and pi.
+inline constexpr double kDegToRad = kDegToRadD;
+inline constexpr double kRadToDeg = kRadToDegDouble;
+inline constexpr double kPi = kPiD;
 // What a precise form writes to its outputs when it has no answer.
 inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 

@@ -24,9 +24,6 @@ constexpr int kFrac = 16;  // fraction bits passed to the fixed-point maths
 
 // 30.0 degrees less one unit: the pan offset is clamped for tilts within it.
 constexpr q16 kClampTiltLimit = 0x1DFFFF;
-// Pan wraps fold a value once it is past 180.0 / 360.0 by at least one unit.
-constexpr q16 kAbove180 = kQ16Deg180 + 1;
-constexpr q16 kAbove360 = kQ16Deg360 + 1;
 
 // The rounding divide for the divisors a caller can make zero through the
 // context (a zero or wrapped picture size, a field of view so small that its
@@ -56,7 +53,7 @@ q16 sqrt_x(q16 v) { return fixmath::sqrtx(v, kFrac); }
 // Brings a relative angle into [-360, 360] by whole turns, as often as needed.
 // Neither loop can overflow: each step moves the value toward zero.
 q16 reduce_to_one_turn(q16 a) {
-    while (a >= kAbove360) a -= kQ16Deg360;
+    while (a > kQ16Deg360) a -= kQ16Deg360;
     while (a < -kQ16Deg360) a += kQ16Deg360;
     return a;
 }
@@ -96,12 +93,7 @@ PanTiltX linear_direction_of_pixel_x(const LinearViewX &view, std::int32_t x, st
     // Horizontal offset from the centre in proportion to the field of view,
     // wrapped once. The context pan is deliberately not added, though the
     // relative result subtracts it; kept as the firmware has it.
-    q16 p = wrap_sub(q16_mul(view.horiz_fov, div_or_zero(fx, view.width)), view.half_horiz_fov);
-    if (p >= kAbove180) {
-        p = wrap_sub(p, kQ16Deg360);
-    } else if (p < kQ16MinusDeg180) {
-        p = wrap_add(p, kQ16Deg360);
-    }
+    const q16 p = wrap_pan(wrap_sub(q16_mul(view.horiz_fov, div_or_zero(fx, view.width)), view.half_horiz_fov));
     // Vertical offset, upwards, plus the context tilt.
     const q16 t =
         wrap_add(wrap_sub(view.half_vert_fov, q16_mul(view.vert_fov, div_or_zero(fy, view.height))), view.camera_tilt);
@@ -135,16 +127,8 @@ PixelViewX prepare_pixel_view_x(const viewgeo_context &ctx) {
 
 Pixel pixel_of_direction_x(const PixelViewX &view, q16 pan, q16 tilt) {
     if (view.degenerate) return view.centre;
-    // Pan offset of the target from the camera, within [-180, 180]: an
-    // offset of exactly +180 becomes -180 and one of -180 stays +180.
-    q16 d = 0;
-    if (view.camera_pan < pan) {
-        d = wrap_sub(pan, view.camera_pan);
-        if (d >= kQ16Deg180) d = wrap_sub(d, kQ16Deg360);
-    } else {
-        const q16 e = wrap_sub(view.camera_pan, pan);
-        d = e < kQ16Deg180 ? wrap_neg(e) : wrap_sub(kQ16Deg360, e);
-    }
+    // Pan offset of the target from the camera, within [-180, 180].
+    q16 d = pan_offset(pan, view.camera_pan);
     // Near the horizon keep the offset within +-89 degrees, so that points
     // behind the camera do not land in the picture. Compared as float.
     if (tilt >= -kClampTiltLimit && tilt <= kClampTiltLimit) {
@@ -277,25 +261,8 @@ PanTiltX direction_of_pixel_x(const DirectionViewX &view, std::int32_t x, std::i
     }
     // A ray behind the camera is expressed as a tilt past the zenith or
     // nadir with the pan offset kept within +-90, not as a pan turned by 180.
-    const float tilt_f = view.camera_tilt_f;
-    const bool behind = view.over_pole ? n_f >= 0.0f : n_f < 0.0f;
-    if (behind) {
-        tilt_out = tilt_out < 0.0f ? -180.0f - tilt_out : 180.0f - tilt_out;
-        if (tilt_f != 0.0f) {
-            if (tilt_f > 0.0f && e_f < 0.0f) {
-                tilt_out += 360.0f;
-            } else if (tilt_f < 0.0f && e_f >= 0.0f) {
-                tilt_out -= 360.0f;
-            }
-        }
-    }
-    // Pan into [-180, 180], once.
-    if (pan_out >= kAbove180) {
-        pan_out = wrap_sub(pan_out, kQ16Deg360);
-    } else if (pan_out < kQ16MinusDeg180) {
-        pan_out = wrap_add(pan_out, kQ16Deg360);
-    }
-    return {pan_out, q16_from_float(tilt_out)};
+    if (view.over_pole ? n_f >= 0.0f : n_f < 0.0f) tilt_out = tilt_behind_camera(tilt_out, e_f, view.camera_tilt_f);
+    return {wrap_pan(pan_out), q16_from_float(tilt_out)};
 }
 
 MovementViewX prepare_movement_view_x(const viewgeo_context &ctx) {

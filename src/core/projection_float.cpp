@@ -36,22 +36,6 @@ SinCos sin_cos_deg(float degrees) {
     return {std::sin(r), std::cos(r)};
 }
 
-// Offset of the target pan from the camera pan, brought into [-180, 180].
-// Exactly +180 becomes -180 and exactly -180 stays +180: an asymmetry the
-// fixed-point form shares, kept so that both agree.
-float pan_offset_f(float pan, float camera_pan) {
-    const float a = pan + 180.0f;
-    const float b = camera_pan + 180.0f;
-    if (a > b) {
-        float d = a - b;
-        if (d >= 180.0f) d = -(360.0f - d);
-        return d;
-    }
-    const float e = b - a;
-    if (e >= 180.0f) return 360.0f - e;
-    return -e;
-}
-
 }  // namespace
 
 PixelViewF prepare_pixel_view_f(const viewgeo_context &ctx) {
@@ -84,7 +68,7 @@ Pixel pixel_of_direction_f(const PixelViewF &view, float pan, float tilt) {
     if (view.degenerate) return view.centre;
 
     // Pan offset of the target from the camera.
-    float d = pan_offset_f(pan, view.camera_pan);
+    float d = pan_offset(pan, view.camera_pan);
 
     // Near the horizon keep the offset in front of the camera; 30 degrees or
     // more above or below it, the offset is used as it is.
@@ -257,25 +241,10 @@ PanTiltF direction_of_pixel_f(const DirectionViewF &view, std::int32_t x, std::i
     // degrees. Positions stored by callers are in this form. (The camera
     // tilt comes from a Q16.16 word and is never NaN, so a view not over the
     // pole is level.)
-    if ((!view.over_pole && n < 0.0f) || (view.over_pole && n >= 0.0f)) {
-        tilt_out = tilt_out < 0.0f ? -180.0f - tilt_out : 180.0f - tilt_out;
-        if (t_c != 0.0f) {
-            if (t_c > 0.0f && e < 0.0f) {
-                tilt_out += 360.0f;
-            } else if (t_c < 0.0f && e >= 0.0f) {
-                tilt_out -= 360.0f;
-            }
-        }
-    }
+    if (view.over_pole ? n >= 0.0f : n < 0.0f) tilt_out = tilt_behind_camera(tilt_out, e, t_c);
 
     // Absolute pan, wrapped once into [-180, 180].
-    float pan_out = view.camera_pan + q;
-    if (pan_out > 180.0f) {
-        pan_out -= 360.0f;
-    } else if (pan_out < -180.0f) {
-        pan_out += 360.0f;
-    }
-    return {pan_out, tilt_out};
+    return {wrap_pan(view.camera_pan + q), tilt_out};
 }
 
 MovementViewF prepare_movement_view_f(const viewgeo_context &ctx) {

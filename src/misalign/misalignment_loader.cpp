@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 
+#include "misalign/misalignment_table.h"
 #include "misalign/misalignment_text.h"
 #include "platform/fs.h"
 #include "platform/inikit.h"
@@ -121,7 +122,7 @@ void load_misalignment_data(viewgeo_context *ctx) {
     ctx->tilt_rotation_steps = static_cast<std::uint32_t>(contents.tilt_steps);
     // A text that does not compile leaves an empty table; mo_state stays 1 and
     // the offset query then gives zero offsets.
-    viewgeo_set_misalignment_data(ctx);
+    set_misalignment_data(*ctx);
 }
 
 }  // namespace viewgeo

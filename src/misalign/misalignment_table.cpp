@@ -1,4 +1,6 @@
 // Compiling the two calibration texts into the zoom-keyed table.
+#include "misalign/misalignment_table.h"
+
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -56,6 +58,8 @@ bool compile_pieces(char *optical, int half_pan, int half_tilt, viewgeo_misalign
     return true;
 }
 
+}  // namespace
+
 int set_misalignment_data(viewgeo_context &ctx) {
     if (ctx.mo_opt_offset == nullptr || ctx.mo_mech_offset == nullptr) return -1;
     char *optical = strdup(ctx.mo_opt_offset);  // cut into pieces below
@@ -88,7 +92,6 @@ int set_misalignment_data(viewgeo_context &ctx) {
     return 0;
 }
 
-}  // namespace
 }  // namespace viewgeo
 
 extern "C" VIEWGEO_API int viewgeo_set_misalignment_data(viewgeo_context *ctx) {

@@ -2,11 +2,10 @@
 // angle from the lens axis grows linearly with the distance from the centre
 // of the circle. Single precision (the float functions of libm) unless a
 // comment says double.
-#include <bit>
 #include <cstdint>
 #include <math.h>
 
-#include "core/angle_utils.h"
+#include "core/angles.h"
 #include "core/projection_view.h"
 #include "core/q16.h"
 #include "ovista/compensators.h"
@@ -14,12 +13,6 @@
 
 namespace viewgeo {
 namespace {
-
-// 180/pi one unit in the last place below the 0x42652EE1 of the other
-// conversions; the overview calibrations were made with this one.
-constexpr float kOvistaRadToDeg = std::bit_cast<float>(0x42652EE0u);
-constexpr float kHalfPiF = 1.57079637f;
-constexpr double kDegToRadD = 0.017453292519943295;
 
 // The overview picture, prepared once per call: its size from the view
 // context and the circle's centre and radius in pixels.
@@ -67,7 +60,7 @@ PanTiltF relative_direction_of_pixel(const OverviewView &view, int x, int y) {
     const float dy = view.centre_y - static_cast<float>(y);
     // Direction around the axis.
     const float a = direction(dx, dy);
-    float p = a * kOvistaRadToDeg;
+    float p = a * kOvistaRadToDegF;
     // Angle from the axis, proportional to the distance from the centre.
     const float r = sqrtf(dx * dx + dy * dy);
     float t = (r * o.field_angle) / view.radius;

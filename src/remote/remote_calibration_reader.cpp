@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "core/context.h"
 #include "platform/fs.h"
 #include "platform/inikit.h"
 #include "platform/last_error.h"
@@ -91,7 +92,7 @@ int get_remote_center(viewgeo_context *ctx, int channel) {
     int status;
     int automatic;
     if (read_channel(channel, pan, tilt, status, automatic) != 0) return -1;
-    viewgeo_set_pantilt_f(ctx, pan, tilt);
+    set_pantilt_f(*ctx, pan, tilt);
     return 0;
 }
 

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <sys/stat.h>
 
+#include "core/context.h"
 #include "core/q16.h"
 #include "platform/fs.h"
 #include "platform/inikit.h"
@@ -52,11 +53,11 @@ int get_remote_fov(viewgeo_context *ctx) {
         found = true;
     }
     if (!found) return -1;
-    viewgeo_set_vert_fov_x(ctx, vfov);
+    set_vert_fov(*ctx, vfov);
     // Scaled linearly by the aspect, not by the tangent rule: the remote
     // calibrations were made this way.
     const q16 aspect = q16_div(pixels_to_q16(ctx->pic_width), pixels_to_q16(ctx->pic_height));
-    viewgeo_set_horiz_fov_x(ctx, q16_mul(vfov, aspect));
+    ctx->horiz_fov = q16_mul(vfov, aspect);
     return 0;
 }
 

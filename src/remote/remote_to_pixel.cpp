@@ -6,6 +6,7 @@
 #include "core/q16.h"
 #include "core/vert_fov.h"
 #include "fixmath/fixmath.h"
+#include "remote/remote_calibration.h"
 #include "remote/remote_pointing.h"
 #include "remote/remote_to_pixel.h"
 #include "remote/subview.h"
@@ -101,7 +102,7 @@ int search_wide(viewgeo_context *ctx, SubviewLens &lens, std::int32_t *x_out, st
 
 int remote_to_pixel(viewgeo_context *ctx, std::int32_t *x, std::int32_t *y, q16 pan, q16 tilt, int channel) {
     // The channel's centre stays in the context afterwards.
-    if (viewgeo_get_remote_center(ctx, channel) != 0) return -1;
+    if (get_remote_center(ctx, channel) != 0) return -1;
     if (q16_to_float(ctx->horiz_fov) < 100.0f) {
         const Pixel pixel = pixel_of_direction_x(prepare_pixel_view_x(*ctx), pan, tilt);
         *x = pixel.x;

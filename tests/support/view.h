@@ -42,6 +42,49 @@ inline View view_of(std::int32_t hfov, std::int32_t vfov, std::int32_t pan, std:
     return v;
 }
 
+// The two outputs of a projection, read back as one value. Each call below
+// starts them at -12345, a value none of the tests' views gives, so that an
+// output the projection leaves unwritten shows.
+struct PixelOut {
+    std::int32_t x;
+    std::int32_t y;
+};
+template <typename T>
+struct PanTiltOut {
+    T pan;
+    T tilt;
+};
+using PanTiltOutF = PanTiltOut<float>;
+using PanTiltOutX = PanTiltOut<std::int32_t>;
+
+// Runs `project` on the two outputs of an Out, both started at -12345.
+template <typename Out, typename Project>
+Out outputs_of(Project project) {
+    Out out{-12345, -12345};
+    auto &[first, second] = out;
+    project(&first, &second);
+    return out;
+}
+
+inline PixelOut pixel_of_f(const viewgeo_context &ctx, float pan, float tilt) {
+    return outputs_of<PixelOut>([&](auto *x, auto *y) { viewgeo_to_pixel_f(&ctx, x, y, pan, tilt); });
+}
+inline PixelOut pixel_of_x(const viewgeo_context &ctx, std::int32_t pan, std::int32_t tilt) {
+    return outputs_of<PixelOut>([&](auto *x, auto *y) { viewgeo_to_pixel_x(&ctx, x, y, pan, tilt); });
+}
+inline PanTiltOutF ptz_of_f(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
+    return outputs_of<PanTiltOutF>([&](auto *pan, auto *tilt) { viewgeo_to_ptz_f(&ctx, pan, tilt, x, y); });
+}
+inline PanTiltOutF ptz_rel_of_f(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
+    return outputs_of<PanTiltOutF>([&](auto *pan, auto *tilt) { viewgeo_to_ptz_f_rel(&ctx, pan, tilt, x, y); });
+}
+inline PanTiltOutX ptz_of_x(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
+    return outputs_of<PanTiltOutX>([&](auto *pan, auto *tilt) { viewgeo_to_ptz_x(&ctx, pan, tilt, x, y); });
+}
+inline PanTiltOutX ptz_rel_of_x(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
+    return outputs_of<PanTiltOutX>([&](auto *pan, auto *tilt) { viewgeo_to_ptz_x_rel(&ctx, pan, tilt, x, y); });
+}
+
 // Sole owner of an overview context.
 struct OvistaDeleter {
     void operator()(viewgeo_ovista_context *ctx) const { viewgeo_ovista_context_delete(ctx); }

@@ -10,6 +10,7 @@
 #include <limits>
 
 #include "core/q16.h"
+#include "support/view.h"
 #include "viewgeo.h"
 
 namespace viewgeo {
@@ -25,14 +26,11 @@ constexpr std::int32_t kRotations[] = {0, 90, 180, 270, 360};
 q16 deg(double d) { return static_cast<q16>(std::llround(d * 65536.0)); }
 double degrees_of(q16 w) { return static_cast<double>(w) / 65536.0; }
 
-struct Pixel {
-    std::int32_t x;
-    std::int32_t y;
-};
-struct Direction {
-    q16 pan;
-    q16 tilt;
-};
+using Pixel = testing::PixelOut;
+using Direction = testing::PanTiltOutX;
+using testing::pixel_of_x;
+using testing::ptz_of_x;
+using testing::ptz_rel_of_x;
 
 // A view with every field a projection reads set explicitly; no file is
 // involved, unlike viewgeo_context_create().
@@ -46,22 +44,6 @@ viewgeo_context make_view(double hfov, std::int32_t width, std::int32_t height, 
     viewgeo_set_pic_rot(&ctx, rotation);
     viewgeo_set_dewarp_status(&ctx, 0);
     return ctx;
-}
-
-Pixel to_pixel(const viewgeo_context &ctx, q16 pan, q16 tilt) {
-    Pixel p{-12345, -12345};
-    viewgeo_to_pixel_x(&ctx, &p.x, &p.y, pan, tilt);
-    return p;
-}
-Direction to_ptz(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
-    Direction d{-12345, -12345};
-    viewgeo_to_ptz_x(&ctx, &d.pan, &d.tilt, x, y);
-    return d;
-}
-Direction to_ptz_rel(const viewgeo_context &ctx, std::int32_t x, std::int32_t y) {
-    Direction d{-12345, -12345};
-    viewgeo_to_ptz_x_rel(&ctx, &d.pan, &d.tilt, x, y);
-    return d;
 }
 
 q16 vertical_fov(const viewgeo_context &ctx) {
@@ -141,7 +123,7 @@ IdealDirection ideal_direction(const viewgeo_context &ctx, double px, double py)
 TEST(PixelX, CurrentDirectionLandsOnCentrePixelForEveryLensModel) {
     for (const std::int32_t lens : kLensModels) {
         const viewgeo_context ctx = make_view(60.0, 1920, 1080, lens);
-        const Pixel p = to_pixel(ctx, 0, 0);
+        const Pixel p = pixel_of_x(ctx, 0, 0);
         EXPECT_EQ(p.x, 960) << "lens " << lens;
         EXPECT_EQ(p.y, 540) << "lens " << lens;
     }
@@ -150,7 +132,7 @@ TEST(PixelX, CurrentDirectionLandsOnCentrePixelForEveryLensModel) {
 TEST(PtzX, CentrePixelGivesCurrentPositionForEveryLensModel) {
     for (const std::int32_t lens : kLensModels) {
         const viewgeo_context ctx = make_view(60.0, 1920, 1080, lens);
-        const Direction d = to_ptz(ctx, 960, 540);
+        const Direction d = ptz_of_x(ctx, 960, 540);
         EXPECT_EQ(d.pan, 0) << "lens " << lens;
         EXPECT_EQ(d.tilt, 0) << "lens " << lens;
     }
@@ -160,7 +142,7 @@ TEST(PixelX, ZeroHorizontalFovWritesCentreAsQ16WhateverTheDirection) {
     const viewgeo_context ctx = make_view(0.0, 1920, 1080);
     for (const q16 pan : {0, deg(45.0), deg(-170.0), INT32_MIN}) {
         for (const q16 tilt : {0, deg(-60.0), INT32_MAX}) {
-            const Pixel p = to_pixel(ctx, pan, tilt);
+            const Pixel p = pixel_of_x(ctx, pan, tilt);
             EXPECT_EQ(p.x, 62914560);  // 960.0 as Q16.16
             EXPECT_EQ(p.y, 35389440);  // 540.0 as Q16.16
         }
@@ -170,7 +152,7 @@ TEST(PixelX, ZeroHorizontalFovWritesCentreAsQ16WhateverTheDirection) {
 TEST(PixelX, ZeroVerticalFovAloneAlsoGivesTheQ16Centre) {
     viewgeo_context ctx = make_view(60.0, 1920, 1080);
     viewgeo_set_vert_fov_x(&ctx, 0);
-    const Pixel p = to_pixel(ctx, deg(10.0), deg(5.0));
+    const Pixel p = pixel_of_x(ctx, deg(10.0), deg(5.0));
     EXPECT_EQ(p.x, 62914560);
     EXPECT_EQ(p.y, 35389440);
 }
@@ -179,7 +161,7 @@ TEST(PixelX, ZeroFovCentreIsNotRotated) {
     // The degenerate centre is written before any rotation would apply.
     for (const std::int32_t rotation : {90, 180, 270, 45}) {
         const viewgeo_context ctx = make_view(0.0, 1920, 1080, kRectilinear, 0.0, 0.0, rotation);
-        const Pixel p = to_pixel(ctx, deg(3.0), 0);
+        const Pixel p = pixel_of_x(ctx, deg(3.0), 0);
         EXPECT_EQ(p.x, 62914560) << rotation;
         EXPECT_EQ(p.y, 35389440) << rotation;
     }
@@ -188,7 +170,7 @@ TEST(PixelX, ZeroFovCentreIsNotRotated) {
 TEST(PtzX, ZeroFovReturnsContextWordsUnchanged) {
     viewgeo_context ctx = make_view(0.0, 1920, 1080, kRectilinear);
     viewgeo_set_pantilt_x(&ctx, 0x7FFFFFFF, -123457);
-    const Direction d = to_ptz(ctx, 10, 20);
+    const Direction d = ptz_of_x(ctx, 10, 20);
     EXPECT_EQ(d.pan, 0x7FFFFFFF);
     EXPECT_EQ(d.tilt, -123457);
 }
@@ -196,10 +178,10 @@ TEST(PtzX, ZeroFovReturnsContextWordsUnchanged) {
 TEST(PixelX, NormalisedCoordinateBeyondTenGivesTenPictureWidths) {
     // 89 degrees off a 2 degree view: u is about 3270 picture half-widths.
     const viewgeo_context ctx = make_view(2.0, 1920, 1080);
-    const Pixel right = to_pixel(ctx, deg(89.0), 0);
+    const Pixel right = pixel_of_x(ctx, deg(89.0), 0);
     EXPECT_EQ(right.x, 19200);
     EXPECT_EQ(right.y, 540);
-    const Pixel left = to_pixel(ctx, deg(-89.0), 0);
+    const Pixel left = pixel_of_x(ctx, deg(-89.0), 0);
     EXPECT_EQ(left.x, -19200);
     EXPECT_EQ(left.y, 540);
 }
@@ -207,18 +189,18 @@ TEST(PixelX, NormalisedCoordinateBeyondTenGivesTenPictureWidths) {
 TEST(PixelX, VerticalCoordinateIsClampedToTenPictureHeights) {
     // Camera on the horizon, 2 degree view, target 60 degrees up.
     const viewgeo_context ctx = make_view(2.0, 1920, 1080);
-    EXPECT_EQ(to_pixel(ctx, 0, deg(60.0)).y, -10 * 1080);
-    EXPECT_EQ(to_pixel(ctx, 0, deg(-60.0)).y, 10 * 1080);
+    EXPECT_EQ(pixel_of_x(ctx, 0, deg(60.0)).y, -10 * 1080);
+    EXPECT_EQ(pixel_of_x(ctx, 0, deg(-60.0)).y, 10 * 1080);
 }
 
 TEST(PixelX, PanOffsetIsClampedTo89DegreesBelowThirtyDegreesTilt) {
     const viewgeo_context ctx = make_view(60.0, 1920, 1080);
-    const Pixel clamped = to_pixel(ctx, deg(120.0), deg(10.0));
-    const Pixel at89 = to_pixel(ctx, deg(89.0), deg(10.0));
+    const Pixel clamped = pixel_of_x(ctx, deg(120.0), deg(10.0));
+    const Pixel at89 = pixel_of_x(ctx, deg(89.0), deg(10.0));
     EXPECT_EQ(clamped.x, at89.x);
     EXPECT_EQ(clamped.y, at89.y);
-    const Pixel clamped_left = to_pixel(ctx, deg(-120.0), deg(10.0));
-    const Pixel at_minus89 = to_pixel(ctx, deg(-89.0), deg(10.0));
+    const Pixel clamped_left = pixel_of_x(ctx, deg(-120.0), deg(10.0));
+    const Pixel at_minus89 = pixel_of_x(ctx, deg(-89.0), deg(10.0));
     EXPECT_EQ(clamped_left.x, at_minus89.x);
     EXPECT_EQ(clamped_left.y, at_minus89.y);
 }
@@ -226,8 +208,8 @@ TEST(PixelX, PanOffsetIsClampedTo89DegreesBelowThirtyDegreesTilt) {
 TEST(PixelX, PanOffsetIsNotClampedAtThirtyDegreesTilt) {
     const viewgeo_context ctx = make_view(60.0, 1920, 1080);
     for (const q16 tilt : {0x1E0000, -0x1E0000}) {
-        const Pixel unclamped = to_pixel(ctx, deg(120.0), tilt);
-        const Pixel at89 = to_pixel(ctx, deg(89.0), tilt);
+        const Pixel unclamped = pixel_of_x(ctx, deg(120.0), tilt);
+        const Pixel at89 = pixel_of_x(ctx, deg(89.0), tilt);
         // 89 degrees off a 60 degree view hits the +10 guard; the 120 degree
         // target, behind the camera, folds back to a finite column.
         EXPECT_EQ(at89.x, 19200);
@@ -238,8 +220,8 @@ TEST(PixelX, PanOffsetIsNotClampedAtThirtyDegreesTilt) {
 TEST(PixelX, PanOffsetIsClampedOneUnitInsideThirtyDegrees) {
     const viewgeo_context ctx = make_view(60.0, 1920, 1080);
     for (const q16 tilt : {-0x1DFFFF, 0x1DFFFF}) {
-        const Pixel clamped = to_pixel(ctx, deg(120.0), tilt);
-        const Pixel at89 = to_pixel(ctx, deg(89.0), tilt);
+        const Pixel clamped = pixel_of_x(ctx, deg(120.0), tilt);
+        const Pixel at89 = pixel_of_x(ctx, deg(89.0), tilt);
         EXPECT_EQ(clamped.x, at89.x) << tilt;
         EXPECT_EQ(clamped.y, at89.y) << tilt;
     }
@@ -249,10 +231,10 @@ TEST(PixelX, OffsetOfExactly180IsTakenAsMinus180AndMinus180AsPlus180) {
     // Both wrap to the same direction; the clamp then sends +180 to the left
     // edge (-89) and -180 to the right edge (+89).
     const viewgeo_context ctx = make_view(60.0, 1920, 1080);
-    const Pixel plus180 = to_pixel(ctx, deg(180.0), 0);
-    const Pixel minus180 = to_pixel(ctx, deg(-180.0), 0);
-    EXPECT_EQ(plus180.x, to_pixel(ctx, deg(-89.0), 0).x);
-    EXPECT_EQ(minus180.x, to_pixel(ctx, deg(89.0), 0).x);
+    const Pixel plus180 = pixel_of_x(ctx, deg(180.0), 0);
+    const Pixel minus180 = pixel_of_x(ctx, deg(-180.0), 0);
+    EXPECT_EQ(plus180.x, pixel_of_x(ctx, deg(-89.0), 0).x);
+    EXPECT_EQ(minus180.x, pixel_of_x(ctx, deg(89.0), 0).x);
 }
 
 // Linear mode for dewarped pictures: 90 x 50 degrees over 1920 x 1080, camera
@@ -265,27 +247,27 @@ viewgeo_context dewarped_view() {
 }
 
 TEST(PtzXRel, DewarpedRightEdgeIsHalfTheFieldMinusTheContextPan) {
-    const Direction d = to_ptz_rel(dewarped_view(), 1920, 540);
+    const Direction d = ptz_rel_of_x(dewarped_view(), 1920, 540);
     EXPECT_EQ(d.pan, deg(15.0));  // 45.0 minus the context pan of 30.0
     EXPECT_EQ(d.tilt, 0);
 }
 
 TEST(PtzXRel, DewarpedRowBelowThePictureIsFoldedBackIntoIt) {
     const viewgeo_context ctx = dewarped_view();
-    const Direction d = to_ptz_rel(ctx, 960, 1500);
+    const Direction d = ptz_rel_of_x(ctx, 960, 1500);
     // Row 1500 is read as 1500 % 1080 = 420: 420/1080 as Q16.16 rounds to
     // 25486, times 50.0 is 1274300; 25.0 - that is 364100 (5.5557 degrees).
     EXPECT_EQ(d.tilt, 364100);
     EXPECT_EQ(d.pan, deg(-30.0));  // centre column, minus the context pan
-    const Direction row420 = to_ptz_rel(ctx, 960, 420);
+    const Direction row420 = ptz_rel_of_x(ctx, 960, 420);
     EXPECT_EQ(d.pan, row420.pan);
     EXPECT_EQ(d.tilt, row420.tilt);
 }
 
 TEST(PtzXRel, DewarpedColumnRightOfThePictureIsClampedNotFolded) {
     const viewgeo_context ctx = dewarped_view();
-    const Direction beyond = to_ptz_rel(ctx, 3000, 540);
-    const Direction edge = to_ptz_rel(ctx, 1920, 540);
+    const Direction beyond = ptz_rel_of_x(ctx, 3000, 540);
+    const Direction edge = ptz_rel_of_x(ctx, 1920, 540);
     EXPECT_EQ(beyond.pan, edge.pan);
     EXPECT_EQ(beyond.tilt, edge.tilt);
 }
@@ -294,7 +276,7 @@ TEST(PtzXRel, DewarpedModeIgnoresAZeroFieldOfView) {
     viewgeo_context ctx = dewarped_view();
     viewgeo_set_horiz_fov_x(&ctx, 0);
     viewgeo_set_vert_fov_x(&ctx, 0);
-    const Direction d = to_ptz_rel(ctx, 100, 900);
+    const Direction d = ptz_rel_of_x(ctx, 100, 900);
     EXPECT_EQ(d.pan, deg(-30.0));  // offset 0, minus the context pan
     EXPECT_EQ(d.tilt, 0);
 }
@@ -309,44 +291,44 @@ viewgeo_context dewarped_view(double hfov, double vfov, double pan) {
 
 TEST(PtzXRel, RelativePanOf725IsWrittenAs5) {
     // Right edge of a 360 degree field: +180; the context pan -545 makes 725.
-    EXPECT_EQ(to_ptz_rel(dewarped_view(360.0, 50.0, -545.0), 1920, 540).pan, deg(5.0));
+    EXPECT_EQ(ptz_rel_of_x(dewarped_view(360.0, 50.0, -545.0), 1920, 540).pan, deg(5.0));
 }
 
 TEST(PtzXRel, RelativePanOfMinus725IsWrittenAsMinus5) {
-    EXPECT_EQ(to_ptz_rel(dewarped_view(360.0, 50.0, 545.0), 0, 540).pan, deg(-5.0));
+    EXPECT_EQ(ptz_rel_of_x(dewarped_view(360.0, 50.0, 545.0), 0, 540).pan, deg(-5.0));
 }
 
 TEST(PtzXRel, RelativePanOfExactly360Stays360) {
-    EXPECT_EQ(to_ptz_rel(dewarped_view(360.0, 50.0, -360.0), 960, 540).pan, deg(360.0));
-    EXPECT_EQ(to_ptz_rel(dewarped_view(360.0, 50.0, 360.0), 960, 540).pan, deg(-360.0));
+    EXPECT_EQ(ptz_rel_of_x(dewarped_view(360.0, 50.0, -360.0), 960, 540).pan, deg(360.0));
+    EXPECT_EQ(ptz_rel_of_x(dewarped_view(360.0, 50.0, 360.0), 960, 540).pan, deg(-360.0));
     // One unit more is reduced.
     viewgeo_context ctx = dewarped_view(360.0, 50.0, 0.0);
     viewgeo_set_pantilt_x(&ctx, -deg(360.0) - 1, 0);
-    EXPECT_EQ(to_ptz_rel(ctx, 960, 540).pan, 1);
+    EXPECT_EQ(ptz_rel_of_x(ctx, 960, 540).pan, 1);
 }
 
 TEST(PtzXRel, RelativePanIsReducedAsOftenAsNeeded) {
     // 180 - (-905) = 1085: three turns too many become 5.
-    EXPECT_EQ(to_ptz_rel(dewarped_view(360.0, 50.0, -905.0), 1920, 540).pan, deg(5.0));
-    EXPECT_EQ(to_ptz_rel(dewarped_view(360.0, 50.0, 905.0), 0, 540).pan, deg(-5.0));
+    EXPECT_EQ(ptz_rel_of_x(dewarped_view(360.0, 50.0, -905.0), 1920, 540).pan, deg(5.0));
+    EXPECT_EQ(ptz_rel_of_x(dewarped_view(360.0, 50.0, 905.0), 0, 540).pan, deg(-5.0));
 }
 
 TEST(PtzXRel, RelativeTiltIsReducedOnItsOwn) {
     // A 1450 degree vertical field: the top row is +725, the bottom -725.
     const viewgeo_context ctx = dewarped_view(90.0, 1450.0, 0.0);
-    const Direction top = to_ptz_rel(ctx, 960, 0);
+    const Direction top = ptz_rel_of_x(ctx, 960, 0);
     EXPECT_EQ(top.tilt, deg(5.0));
     EXPECT_EQ(top.pan, 0);
-    EXPECT_EQ(to_ptz_rel(ctx, 960, 1080).tilt, deg(-5.0));
+    EXPECT_EQ(ptz_rel_of_x(ctx, 960, 1080).tilt, deg(-5.0));
 }
 
 TEST(PtzXRel, LinearPanOffsetWrapsOnceIntoHalfATurn) {
     // A 720 degree field: the right edge is +360 and the left edge -360,
     // each wrapped once to 0; a quarter of the width is exactly -180, kept.
     const viewgeo_context ctx = dewarped_view(720.0, 50.0, 0.0);
-    EXPECT_EQ(to_ptz_rel(ctx, 1920, 540).pan, 0);
-    EXPECT_EQ(to_ptz_rel(ctx, 0, 540).pan, 0);
-    EXPECT_EQ(to_ptz_rel(ctx, 480, 540).pan, deg(-180.0));  // exactly -180 is kept
+    EXPECT_EQ(ptz_rel_of_x(ctx, 1920, 540).pan, 0);
+    EXPECT_EQ(ptz_rel_of_x(ctx, 0, 540).pan, 0);
+    EXPECT_EQ(ptz_rel_of_x(ctx, 480, 540).pan, deg(-180.0));  // exactly -180 is kept
 }
 
 TEST(PtzXRel, WithoutDewarpFollowsTheAbsoluteProjection) {
@@ -354,8 +336,8 @@ TEST(PtzXRel, WithoutDewarpFollowsTheAbsoluteProjection) {
         viewgeo_context ctx = make_view(60.0, 1920, 1080, kRectilinear, 30.0, 10.0);
         viewgeo_set_dewarp_status(&ctx, status);
         for (const Pixel p : {Pixel{0, 0}, Pixel{960, 540}, Pixel{1700, 200}}) {
-            const Direction abs = to_ptz(ctx, p.x, p.y);
-            const Direction rel = to_ptz_rel(ctx, p.x, p.y);
+            const Direction abs = ptz_of_x(ctx, p.x, p.y);
+            const Direction rel = ptz_rel_of_x(ctx, p.x, p.y);
             EXPECT_EQ(rel.pan, abs.pan - deg(30.0));
             EXPECT_EQ(rel.tilt, abs.tilt - deg(10.0));
         }
@@ -365,7 +347,7 @@ TEST(PtzXRel, WithoutDewarpFollowsTheAbsoluteProjection) {
 TEST(PtzXRel, CentreGivesNoMovement) {
     for (const std::int32_t lens : kLensModels) {
         const viewgeo_context ctx = make_view(45.0, 1280, 720, lens, -100.0, -30.0);
-        const Direction d = to_ptz_rel(ctx, 640, 360);
+        const Direction d = ptz_rel_of_x(ctx, 640, 360);
         // On the axis the pan offset is exactly 0. The camera tilt goes to
         // radians by the factor 1144, 0.016 % more than pi/180, and comes
         // back by the exact 180/pi: -30 degrees reads back about 0.0047
@@ -389,7 +371,7 @@ TEST(PixelX, AgreesWithIdealCameraWithinAPixel) {
                 for (double dt = -15.0; dt <= 15.0; dt += 5.0) {
                     const double pan = cam[0] + dp;
                     const double tilt = cam[1] + dt;
-                    const Pixel p = to_pixel(ctx, deg(pan), deg(tilt));
+                    const Pixel p = pixel_of_x(ctx, deg(pan), deg(tilt));
                     const IdealPixel ideal = ideal_pixel(ctx, pan, tilt);
                     worst = std::max({worst, std::fabs(p.x - ideal.x), std::fabs(p.y - ideal.y)});
                 }
@@ -409,7 +391,7 @@ TEST(PtzX, AgreesWithIdealCameraWithinATwentiethOfADegree) {
             double worst = 0.0;
             for (std::int32_t x = 0; x <= 1920; x += 160) {
                 for (std::int32_t y = 0; y <= 1080; y += 120) {
-                    const Direction d = to_ptz(ctx, x, y);
+                    const Direction d = ptz_of_x(ctx, x, y);
                     const IdealDirection ideal = ideal_direction(ctx, x, y);
                     double dpan = degrees_of(d.pan) - ideal.pan;
                     dpan -= 360.0 * std::round(dpan / 360.0);
@@ -445,7 +427,7 @@ double worst_ptz_disagreement(const viewgeo_context &ctx) {
     double worst = 0.0;
     for (std::int32_t x = 0; x <= ctx.pic_width; x += 64) {
         for (std::int32_t y = 0; y <= ctx.pic_height; y += 60) {
-            const Direction fixed = to_ptz(ctx, x, y);
+            const Direction fixed = ptz_of_x(ctx, x, y);
             float pan = 0.0f;
             float tilt = 0.0f;
             viewgeo_to_ptz_f(&ctx, &pan, &tilt, x, y);
@@ -494,8 +476,8 @@ TEST(ProjectionX, FixedAndFloatPixelsAgreeWithinTwoPixels) {
                 std::int32_t worst = 0;
                 for (std::int32_t x = 0; x <= 1920; x += 64) {
                     for (std::int32_t y = 0; y <= 1080; y += 60) {
-                        const Direction d = to_ptz(ctx, x, y);
-                        const Pixel fixed = to_pixel(ctx, d.pan, d.tilt);
+                        const Direction d = ptz_of_x(ctx, x, y);
+                        const Pixel fixed = pixel_of_x(ctx, d.pan, d.tilt);
                         Pixel single{};
                         viewgeo_to_pixel_f(&ctx, &single.x, &single.y, q16_to_float(d.pan), q16_to_float(d.tilt));
                         worst = std::max({worst, std::abs(fixed.x - single.x), std::abs(fixed.y - single.y)});
@@ -519,8 +501,8 @@ std::int32_t round_trip_error(const viewgeo_context &ctx, std::int32_t step) {
     std::int32_t worst = 0;
     for (std::int32_t x = 0; x <= w; x += step) {
         for (std::int32_t y = 0; y <= h; y += step) {
-            const Direction d = to_ptz(ctx, x, y);
-            const Pixel back = to_pixel(ctx, d.pan, d.tilt);
+            const Direction d = ptz_of_x(ctx, x, y);
+            const Pixel back = pixel_of_x(ctx, d.pan, d.tilt);
             worst = std::max({worst, std::abs(back.x - x), std::abs(back.y - y)});
         }
     }
@@ -580,7 +562,7 @@ TEST(ProjectionX, CentrePixelGivesTheCameraDirection) {
     for (const std::int32_t lens : kLensModels) {
         for (const auto &cam : cameras) {
             const viewgeo_context ctx = make_view(50.0, 1280, 720, lens, cam[0], cam[1]);
-            const Direction d = to_ptz(ctx, 640, 360);
+            const Direction d = ptz_of_x(ctx, 640, 360);
             EXPECT_EQ(d.pan, ctx.pan) << lens;  // on the axis X is 0, so no pan offset
             // The tilt goes to radians by 1144 (0.016 % more than pi/180),
             // through cos, sqrt(1 - cos^2) and asin, and back by the exact
@@ -596,7 +578,7 @@ TEST(ProjectionX, CameraDirectionLandsOnTheCentrePixel) {
     for (const std::int32_t lens : kLensModels) {
         for (const auto &cam : cameras) {
             const viewgeo_context ctx = make_view(50.0, 1280, 720, lens, cam[0], cam[1]);
-            const Pixel p = to_pixel(ctx, ctx.pan, ctx.tilt);
+            const Pixel p = pixel_of_x(ctx, ctx.pan, ctx.tilt);
             EXPECT_NEAR(p.x, 640, 1) << lens;
             EXPECT_NEAR(p.y, 360, 1) << lens;
         }
@@ -608,8 +590,8 @@ TEST(PixelX, DependsOnlyOnThePanDifference) {
     const viewgeo_context b = make_view(60.0, 1920, 1080, kRectilinear, 100.0, 15.0);
     for (double dp = -40.0; dp <= 40.0; dp += 4.0) {
         for (const double tilt : {-20.0, 0.0, 31.0}) {
-            const Pixel pa = to_pixel(a, deg(dp), deg(tilt));
-            const Pixel pb = to_pixel(b, deg(100.0) + deg(dp), deg(tilt));
+            const Pixel pa = pixel_of_x(a, deg(dp), deg(tilt));
+            const Pixel pb = pixel_of_x(b, deg(100.0) + deg(dp), deg(tilt));
             EXPECT_EQ(pa.x, pb.x);
             EXPECT_EQ(pa.y, pb.y);
         }
@@ -620,8 +602,8 @@ TEST(PixelX, MirroredPanMirrorsTheColumn) {
     for (const std::int32_t lens : kLensModels) {
         const viewgeo_context ctx = make_view(60.0, 1920, 1080, lens, 0.0, 10.0);
         for (double dp = 1.0; dp <= 30.0; dp += 1.0) {
-            const Pixel right = to_pixel(ctx, deg(dp), deg(4.0));
-            const Pixel left = to_pixel(ctx, deg(-dp), deg(4.0));
+            const Pixel right = pixel_of_x(ctx, deg(dp), deg(4.0));
+            const Pixel left = pixel_of_x(ctx, deg(-dp), deg(4.0));
             EXPECT_EQ(right.y, left.y);
             // Flooring makes the mirror pixel one short at most.
             EXPECT_GE(right.x + left.x, 1919);
@@ -635,8 +617,8 @@ TEST(PtzX, MirroredColumnMirrorsThePan) {
     for (const std::int32_t lens : kLensModels) {
         const viewgeo_context ctx = make_view(60.0, 1920, 1080, lens, 0.0, 10.0);
         for (std::int32_t dx = 40; dx <= 960; dx += 40) {
-            const Direction right = to_ptz(ctx, 960 + dx, 300);
-            const Direction left = to_ptz(ctx, 960 - dx, 300);
+            const Direction right = ptz_of_x(ctx, 960 + dx, 300);
+            const Direction left = ptz_of_x(ctx, 960 - dx, 300);
             // The rounding multiply rounds halves upwards, so the mirrored
             // ray can differ by a unit in a few Q16.16 products; one unit
             // of a ray component is about 57 units of an angle in degrees.
@@ -651,8 +633,8 @@ TEST(PixelX, TiltMirroredAboutTheHorizonMirrorsTheRow) {
     for (const std::int32_t lens : kLensModels) {
         const viewgeo_context ctx = make_view(60.0, 1920, 1080, lens);
         for (double t = 1.0; t <= 16.0; t += 1.5) {
-            const Pixel up = to_pixel(ctx, deg(7.0), deg(t));
-            const Pixel down = to_pixel(ctx, deg(7.0), deg(-t));
+            const Pixel up = pixel_of_x(ctx, deg(7.0), deg(t));
+            const Pixel down = pixel_of_x(ctx, deg(7.0), deg(-t));
             EXPECT_EQ(up.x, down.x);
             EXPECT_GE(up.y + down.y, 1079);
             EXPECT_LE(up.y + down.y, 1080);
@@ -666,13 +648,13 @@ TEST(PtzX, PanGrowsAlongARowAndTiltFallsDownAColumn) {
         const viewgeo_context ctx = make_view(70.0, 1920, 1080, lens, 45.0, -20.0);
         q16 last_pan = INT32_MIN;
         for (std::int32_t x = 0; x <= 1920; x += 16) {
-            const q16 pan = to_ptz(ctx, x, 700).pan;
+            const q16 pan = ptz_of_x(ctx, x, 700).pan;
             EXPECT_GE(pan, last_pan) << x;
             last_pan = pan;
         }
         q16 last_tilt = INT32_MAX;
         for (std::int32_t y = 0; y <= 1080; y += 16) {
-            const q16 tilt = to_ptz(ctx, 1500, y).tilt;
+            const q16 tilt = ptz_of_x(ctx, 1500, y).tilt;
             EXPECT_LE(tilt, last_tilt) << y;
             last_tilt = tilt;
         }
@@ -683,8 +665,8 @@ TEST(PixelX, Rotation180TurnsThePixelAboutTheCentre) {
     const viewgeo_context upright = make_view(60.0, 1920, 1080);
     const viewgeo_context turned = make_view(60.0, 1920, 1080, kRectilinear, 0.0, 0.0, 180);
     for (const double pan : {-20.0, 3.0, 25.0}) {
-        const Pixel a = to_pixel(upright, deg(pan), deg(8.0));
-        const Pixel b = to_pixel(turned, deg(pan), deg(8.0));
+        const Pixel a = pixel_of_x(upright, deg(pan), deg(8.0));
+        const Pixel b = pixel_of_x(turned, deg(pan), deg(8.0));
         EXPECT_EQ(b.x, 1920 - a.x);
         EXPECT_EQ(b.y, 1080 - a.y);
     }
@@ -694,9 +676,9 @@ TEST(PixelX, Rotation90And270TurnThePictureAQuarter) {
     const viewgeo_context upright = make_view(60.0, 1920, 1080);
     const viewgeo_context r90 = make_view(60.0, 1920, 1080, kRectilinear, 0.0, 0.0, 90);
     const viewgeo_context r270 = make_view(60.0, 1920, 1080, kRectilinear, 0.0, 0.0, 270);
-    const Pixel a = to_pixel(upright, deg(20.0), deg(10.0));
-    const Pixel b = to_pixel(r90, deg(20.0), deg(10.0));
-    const Pixel c = to_pixel(r270, deg(20.0), deg(10.0));
+    const Pixel a = pixel_of_x(upright, deg(20.0), deg(10.0));
+    const Pixel b = pixel_of_x(r90, deg(20.0), deg(10.0));
+    const Pixel c = pixel_of_x(r270, deg(20.0), deg(10.0));
     EXPECT_EQ(b.x, 1080 - a.y);
     EXPECT_EQ(b.y, a.x);
     EXPECT_EQ(c.x, a.y);
@@ -706,12 +688,12 @@ TEST(PixelX, Rotation90And270TurnThePictureAQuarter) {
 TEST(ProjectionX, Rotation360BehavesAs0) {
     const viewgeo_context r0 = make_view(60.0, 1920, 1080, kSine, 10.0, 5.0, 0);
     const viewgeo_context r360 = make_view(60.0, 1920, 1080, kSine, 10.0, 5.0, 360);
-    const Pixel a = to_pixel(r0, deg(25.0), deg(-3.0));
-    const Pixel b = to_pixel(r360, deg(25.0), deg(-3.0));
+    const Pixel a = pixel_of_x(r0, deg(25.0), deg(-3.0));
+    const Pixel b = pixel_of_x(r360, deg(25.0), deg(-3.0));
     EXPECT_EQ(a.x, b.x);
     EXPECT_EQ(a.y, b.y);
-    const Direction da = to_ptz(r0, 300, 900);
-    const Direction db = to_ptz(r360, 300, 900);
+    const Direction da = ptz_of_x(r0, 300, 900);
+    const Direction db = ptz_of_x(r360, 300, 900);
     EXPECT_EQ(da.pan, db.pan);
     EXPECT_EQ(da.tilt, db.tilt);
 }
@@ -720,11 +702,11 @@ TEST(ProjectionX, UnknownRotationGivesPixelZeroAndReadsPixelZero) {
     for (const std::int32_t rotation : {45, -90, 1, 720, INT32_MIN}) {
         const viewgeo_context odd = make_view(60.0, 1920, 1080, kRectilinear, 10.0, 5.0, rotation);
         const viewgeo_context upright = make_view(60.0, 1920, 1080, kRectilinear, 10.0, 5.0, 0);
-        const Pixel p = to_pixel(odd, deg(12.0), deg(6.0));
+        const Pixel p = pixel_of_x(odd, deg(12.0), deg(6.0));
         EXPECT_EQ(p.x, 0);
         EXPECT_EQ(p.y, 0);
-        const Direction d = to_ptz(odd, 1500, 100);
-        const Direction corner = to_ptz(upright, 0, 0);
+        const Direction d = ptz_of_x(odd, 1500, 100);
+        const Direction corner = ptz_of_x(upright, 0, 0);
         EXPECT_EQ(d.pan, corner.pan);
         EXPECT_EQ(d.tilt, corner.tilt);
     }
@@ -732,12 +714,12 @@ TEST(ProjectionX, UnknownRotationGivesPixelZeroAndReadsPixelZero) {
 
 TEST(PtzX, PixelsRightOfOrBelowThePictureAreClampedToTheEdge) {
     const viewgeo_context ctx = make_view(60.0, 1920, 1080, kEquidistant, 5.0, 5.0);
-    const Direction edge = to_ptz(ctx, 1920, 1080);
-    const Direction beyond = to_ptz(ctx, 5000, 90000);
+    const Direction edge = ptz_of_x(ctx, 1920, 1080);
+    const Direction beyond = ptz_of_x(ctx, 5000, 90000);
     EXPECT_EQ(beyond.pan, edge.pan);
     EXPECT_EQ(beyond.tilt, edge.tilt);
     // Left of the picture is not clamped: the pan keeps falling.
-    EXPECT_LT(to_ptz(ctx, -200, 540).pan, to_ptz(ctx, 0, 540).pan);
+    EXPECT_LT(ptz_of_x(ctx, -200, 540).pan, ptz_of_x(ctx, 0, 540).pan);
 }
 
 TEST(PtzX, CameraPastTheZenithReadsThePictureUpsideDown) {
@@ -745,11 +727,11 @@ TEST(PtzX, CameraPastTheZenithReadsThePictureUpsideDown) {
     // the picture is nearer the horizon behind, the bottom row past the
     // zenith, and the picture's right is the world's left.
     const viewgeo_context ctx = make_view(40.0, 1280, 720, kRectilinear, 0.0, 100.0);
-    const Direction centre = to_ptz(ctx, 640, 360);
+    const Direction centre = ptz_of_x(ctx, 640, 360);
     EXPECT_NEAR(degrees_of(centre.tilt), 100.0, 0.02);
-    const Direction right = to_ptz(ctx, 1000, 360);
+    const Direction right = ptz_of_x(ctx, 1000, 360);
     EXPECT_LT(right.pan, 0);
-    const Direction top = to_ptz(ctx, 640, 0);
+    const Direction top = ptz_of_x(ctx, 640, 0);
     EXPECT_GT(degrees_of(top.tilt), 100.0);
 }
 
@@ -757,17 +739,17 @@ TEST(PtzX, RayBehindTheCameraGivesTiltPast90AndPanWithin90) {
     // A 170 degree equidistant view looking 60 degrees up: the top rows look
     // back over the zenith.
     const viewgeo_context ctx = make_view(170.0, 1920, 1080, kEquidistant, 20.0, 60.0);
-    const Direction d = to_ptz(ctx, 1200, 0);
+    const Direction d = ptz_of_x(ctx, 1200, 0);
     EXPECT_GT(degrees_of(d.tilt), 90.0);
     EXPECT_LT(std::fabs(degrees_of(d.pan) - 20.0), 90.0);
 }
 
 TEST(PtzX, PanIsWrappedIntoHalfATurnOnce) {
     const viewgeo_context ctx = make_view(60.0, 1920, 1080, kRectilinear, 175.0, 0.0);
-    const Direction right = to_ptz(ctx, 1920, 540);  // 175 + 30 = 205 -> -155
+    const Direction right = ptz_of_x(ctx, 1920, 540);  // 175 + 30 = 205 -> -155
     EXPECT_NEAR(degrees_of(right.pan), -155.0, 0.05);
     const viewgeo_context ctx2 = make_view(60.0, 1920, 1080, kRectilinear, -175.0, 0.0);
-    EXPECT_NEAR(degrees_of(to_ptz(ctx2, 0, 540).pan), 155.0, 0.05);
+    EXPECT_NEAR(degrees_of(ptz_of_x(ctx2, 0, 540).pan), 155.0, 0.05);
 }
 
 // ---------------------------------------------------------------------------
@@ -779,7 +761,7 @@ TEST(PixelX, FieldOfViewWhoseLensValueRoundsToZeroMapsToTheCentreLine) {
     viewgeo_context ctx = make_view(0.0, 1920, 1080);
     viewgeo_set_horiz_fov_x(&ctx, 1);
     viewgeo_set_vert_fov_x(&ctx, deg(30.0));
-    const Pixel p = to_pixel(ctx, deg(10.0), 0);
+    const Pixel p = pixel_of_x(ctx, deg(10.0), 0);
     EXPECT_EQ(p.x, 960);
     EXPECT_EQ(p.y, 540);
 }
@@ -790,8 +772,8 @@ TEST(PtzX, ZeroPictureWidthReadsEveryColumnAsTheLeftEdge) {
     viewgeo_set_vert_fov_x(&zero, deg(34.0));
     viewgeo_set_vert_fov_x(&normal, deg(34.0));
     for (const std::int32_t x : {-5, 0, 700, INT32_MAX}) {
-        const Direction d = to_ptz(zero, x, 200);
-        const Direction edge = to_ptz(normal, 0, 200);
+        const Direction d = ptz_of_x(zero, x, 200);
+        const Direction edge = ptz_of_x(normal, 0, 200);
         EXPECT_EQ(d.pan, edge.pan) << x;
         EXPECT_EQ(d.tilt, edge.tilt) << x;
     }
@@ -800,27 +782,27 @@ TEST(PtzX, ZeroPictureWidthReadsEveryColumnAsTheLeftEdge) {
 TEST(PtzXRel, DewarpedZeroHeightWithARowBelowReadsTheTopRow) {
     viewgeo_context ctx = dewarped_view();
     viewgeo_set_pic_dim(&ctx, 1920, 0);
-    const Direction d = to_ptz_rel(ctx, 960, 77);
+    const Direction d = ptz_rel_of_x(ctx, 960, 77);
     EXPECT_EQ(d.tilt, deg(25.0));  // half the vertical field, no quotient
     EXPECT_EQ(d.pan, deg(-30.0));
 }
 
 TEST(PtzXRel, DewarpedFoldUsesTheLow16BitsOfTheHeightAsSigned) {
     const viewgeo_context normal = dewarped_view();
-    const Direction row420 = to_ptz_rel(normal, 960, 420);
+    const Direction row420 = ptz_rel_of_x(normal, 960, 420);
     // 0x10000 + 1080: the fold sees 1080, and 66616 * 65536 wraps to 1080.0.
     viewgeo_context wide = dewarped_view();
     viewgeo_set_pic_dim(&wide, 1920, 0x10000 + 1080);
-    const Direction folded = to_ptz_rel(wide, 960, 1500);
+    const Direction folded = ptz_rel_of_x(wide, 960, 1500);
     EXPECT_EQ(folded.tilt, row420.tilt);
     // Low 16 bits negative (0x10000 - 1080 reads as -1080): every row is
     // folded toward it, and as Q16.16 the height is -1080.0 too, so every row
     // is then clamped to it: the whole picture reads as one row.
     viewgeo_context negative = dewarped_view();
     viewgeo_set_pic_dim(&negative, 1920, 0x10000 - 1080);
-    const Direction bottom = to_ptz_rel(negative, 960, 1500);
+    const Direction bottom = ptz_rel_of_x(negative, 960, 1500);
     for (const std::int32_t y : {-40000, -1, 0, 419, 1499, INT32_MAX}) {
-        EXPECT_EQ(to_ptz_rel(negative, 960, y).tilt, bottom.tilt) << y;
+        EXPECT_EQ(ptz_rel_of_x(negative, 960, y).tilt, bottom.tilt) << y;
     }
 }
 
@@ -838,12 +820,12 @@ TEST(ProjectionX, ExtremeWordsGiveDefinedResults) {
                     viewgeo_set_horiz_fov_x(&ctx, a == 0 ? deg(60.0) : a);
                     viewgeo_set_dewarp_status(&ctx, dewarp);
                     for (const std::int32_t b : words) {
-                        const Direction rel = to_ptz_rel(ctx, a, b);
+                        const Direction rel = ptz_rel_of_x(ctx, a, b);
                         EXPECT_LE(std::abs(static_cast<std::int64_t>(rel.pan)), deg(360.0));
                         EXPECT_LE(std::abs(static_cast<std::int64_t>(rel.tilt)), deg(360.0));
-                        const Direction abs = to_ptz(ctx, b, a);
+                        const Direction abs = ptz_of_x(ctx, b, a);
                         (void)abs;
-                        const Pixel p = to_pixel(ctx, a, b);
+                        const Pixel p = pixel_of_x(ctx, a, b);
                         // Rotation 0: at most ten picture widths either way,
                         // while ten widths still fit the Q16.16 product.
                         const std::int32_t width = pixels_to_q16(size) >> 16;
@@ -861,7 +843,7 @@ TEST(ProjectionX, ExtremeWordsGiveDefinedResults) {
 TEST(PixelX, HugeContextTiltDoesNotTrap) {
     viewgeo_context ctx = make_view(60.0, 1920, 1080, kSine);
     viewgeo_set_pantilt_x(&ctx, INT32_MAX, INT32_MIN);
-    const Pixel p = to_pixel(ctx, INT32_MIN, INT32_MAX);
+    const Pixel p = pixel_of_x(ctx, INT32_MIN, INT32_MAX);
     EXPECT_LE(std::abs(p.x), 19200);
     EXPECT_LE(std::abs(p.y), 10800);
 }

@@ -12,6 +12,7 @@
 #include <random>
 #include <vector>
 
+#include "support/view.h"
 #include "viewgeo.h"
 
 namespace {
@@ -245,30 +246,11 @@ viewgeo_context camera(float pan, float tilt, float hfov, std::int32_t width = 1
     return c;
 }
 
-struct Pixel {
-    std::int32_t x;
-    std::int32_t y;
-};
-struct PanTilt {
-    float pan;
-    float tilt;
-};
-
-Pixel to_pixel(const viewgeo_context &c, float pan, float tilt) {
-    Pixel p{-7, -7};
-    viewgeo_to_pixel_f(&c, &p.x, &p.y, pan, tilt);
-    return p;
-}
-PanTilt to_ptz(const viewgeo_context &c, std::int32_t x, std::int32_t y) {
-    PanTilt p{-7.0f, -7.0f};
-    viewgeo_to_ptz_f(&c, &p.pan, &p.tilt, x, y);
-    return p;
-}
-PanTilt to_ptz_rel(const viewgeo_context &c, std::int32_t x, std::int32_t y) {
-    PanTilt p{-7.0f, -7.0f};
-    viewgeo_to_ptz_f_rel(&c, &p.pan, &p.tilt, x, y);
-    return p;
-}
+using Pixel = viewgeo::testing::PixelOut;
+using PanTilt = viewgeo::testing::PanTiltOutF;
+using viewgeo::testing::pixel_of_f;
+using viewgeo::testing::ptz_of_f;
+using viewgeo::testing::ptz_rel_of_f;
 
 // Bit-equal floats; any NaN equals any other (their sign and payload are
 // not part of the behaviour).
@@ -285,7 +267,7 @@ bool same(float a, float b) {
     } while (0)
 
 void expect_matches_reference_pixel(const viewgeo_context &c, float pan, float tilt) {
-    const Pixel got = to_pixel(c, pan, tilt);
+    const Pixel got = pixel_of_f(c, pan, tilt);
     const ref::Px want = ref::to_pixel(c, pan, tilt);
     EXPECT_EQ(got.x, want.x) << "pan " << pan << " tilt " << tilt << " lens " << c.projection_type << " rot "
                              << c.pic_rot;
@@ -294,7 +276,7 @@ void expect_matches_reference_pixel(const viewgeo_context &c, float pan, float t
 }
 
 void expect_matches_reference_ptz(const viewgeo_context &c, std::int32_t x, std::int32_t y) {
-    const PanTilt got = to_ptz(c, x, y);
+    const PanTilt got = ptz_of_f(c, x, y);
     const ref::Pt want = ref::to_ptz(c, x, y);
     EXPECT_TRUE(same(got.pan, want.pan)) << "pixel " << x << "," << y << " lens " << c.projection_type << " rot "
                                          << c.pic_rot << ": pan " << got.pan << " vs " << want.pan;
@@ -303,7 +285,7 @@ void expect_matches_reference_ptz(const viewgeo_context &c, std::int32_t x, std:
 }
 
 void expect_matches_reference_rel(const viewgeo_context &c, std::int32_t x, std::int32_t y) {
-    const PanTilt got = to_ptz_rel(c, x, y);
+    const PanTilt got = ptz_rel_of_f(c, x, y);
     const ref::Pt want = ref::to_ptz_rel(c, x, y);
     EXPECT_TRUE(same(got.pan, want.pan)) << "pixel " << x << "," << y << ": pan " << got.pan << " vs " << want.pan;
     EXPECT_TRUE(same(got.tilt, want.tilt)) << "pixel " << x << "," << y << ": tilt " << got.tilt << " vs "
@@ -320,26 +302,26 @@ const float kNaN = std::numeric_limits<float>::quiet_NaN();
 
 TEST(ToPixelF, LevelCameraSeesItsOwnDirectionAtPictureCentre) {
     for (std::int32_t lens : kLenses) {
-        EXPECT_PIXEL(to_pixel(camera(0.0f, 0.0f, 60.0f, 1920, 1080, lens), 0.0f, 0.0f), 960, 540);
+        EXPECT_PIXEL(pixel_of_f(camera(0.0f, 0.0f, 60.0f, 1920, 1080, lens), 0.0f, 0.0f), 960, 540);
         // Odd sizes: the centre is truncated toward zero.
-        EXPECT_PIXEL(to_pixel(camera(0.0f, 0.0f, 60.0f, 1921, 1081, lens), 0.0f, 0.0f), 960, 540);
+        EXPECT_PIXEL(pixel_of_f(camera(0.0f, 0.0f, 60.0f, 1921, 1081, lens), 0.0f, 0.0f), 960, 540);
     }
 }
 
 TEST(ToPixelF, PanOffsetBeyond89IsClampedNearTheHorizon) {
     const viewgeo_context c = camera(0.0f, 0.0f, 60.0f);
-    const Pixel at89 = to_pixel(c, 89.0f, 10.0f);
-    EXPECT_PIXEL(to_pixel(c, 120.0f, 10.0f), at89.x, at89.y);
+    const Pixel at89 = pixel_of_f(c, 89.0f, 10.0f);
+    EXPECT_PIXEL(pixel_of_f(c, 120.0f, 10.0f), at89.x, at89.y);
     expect_matches_reference_pixel(c, 120.0f, 10.0f);
-    const Pixel atm89 = to_pixel(c, -89.0f, -29.99f);
-    EXPECT_PIXEL(to_pixel(c, -120.0f, -29.99f), atm89.x, atm89.y);
+    const Pixel atm89 = pixel_of_f(c, -89.0f, -29.99f);
+    EXPECT_PIXEL(pixel_of_f(c, -120.0f, -29.99f), atm89.x, atm89.y);
 }
 
 TEST(ToPixelF, PanOffsetIsNotClampedThirtyDegreesOrMoreFromTheHorizon) {
     const viewgeo_context c = camera(0.0f, 0.0f, 60.0f);
     for (float tilt : {40.0f, 30.0f, -30.0f}) {
-        const Pixel at120 = to_pixel(c, 120.0f, tilt);
-        const Pixel at89 = to_pixel(c, 89.0f, tilt);
+        const Pixel at120 = pixel_of_f(c, 120.0f, tilt);
+        const Pixel at89 = pixel_of_f(c, 89.0f, tilt);
         EXPECT_NE(at120.x, at89.x) << tilt;
         expect_matches_reference_pixel(c, 120.0f, tilt);
     }
@@ -350,25 +332,25 @@ TEST(ToPixelF, OffsetOfExactly180IsTakenAsMinus180AndMinus180AsPlus180) {
     // is -+8.7e-8: through a 1-degree view that moves the pixel by about a
     // hundredth of a pixel, enough to tell the two sides of the centre apart.
     const viewgeo_context c = camera(0.0f, 0.0f, 1.0f);
-    EXPECT_EQ(to_pixel(c, 180.0f, 40.0f).x, 960);   // handled as -180: sin > 0, right of centre
-    EXPECT_EQ(to_pixel(c, -180.0f, 40.0f).x, 959);  // handled as +180: sin < 0, left of centre
+    EXPECT_EQ(pixel_of_f(c, 180.0f, 40.0f).x, 960);   // handled as -180: sin > 0, right of centre
+    EXPECT_EQ(pixel_of_f(c, -180.0f, 40.0f).x, 959);  // handled as +180: sin < 0, left of centre
     expect_matches_reference_pixel(c, 180.0f, 40.0f);
     expect_matches_reference_pixel(c, -180.0f, 40.0f);
     const viewgeo_context turned = camera(30.0f, 0.0f, 1.0f);
-    EXPECT_EQ(to_pixel(turned, 210.0f, 40.0f).x, 960);
-    EXPECT_EQ(to_pixel(turned, -150.0f, 40.0f).x, 959);
+    EXPECT_EQ(pixel_of_f(turned, 210.0f, 40.0f).x, 960);
+    EXPECT_EQ(pixel_of_f(turned, -150.0f, 40.0f).x, 959);
 }
 
 TEST(ToPixelF, UnknownRotationGivesPixelZero) {
     for (std::int32_t rot : {45, -90, 720, 1, 359}) {
-        EXPECT_PIXEL(to_pixel(camera(0.0f, 0.0f, 60.0f, 1920, 1080, 2, rot), 10.0f, 5.0f), 0, 0);
+        EXPECT_PIXEL(pixel_of_f(camera(0.0f, 0.0f, 60.0f, 1920, 1080, 2, rot), 10.0f, 5.0f), 0, 0);
     }
 }
 
 TEST(ToPixelF, Rotation360BehavesAsZero) {
     for (std::int32_t lens : kLenses) {
-        const Pixel r0 = to_pixel(camera(10.0f, 5.0f, 60.0f, 1920, 1080, lens, 0), 25.0f, -3.0f);
-        EXPECT_PIXEL(to_pixel(camera(10.0f, 5.0f, 60.0f, 1920, 1080, lens, 360), 25.0f, -3.0f), r0.x, r0.y);
+        const Pixel r0 = pixel_of_f(camera(10.0f, 5.0f, 60.0f, 1920, 1080, lens, 0), 25.0f, -3.0f);
+        EXPECT_PIXEL(pixel_of_f(camera(10.0f, 5.0f, 60.0f, 1920, 1080, lens, 360), 25.0f, -3.0f), r0.x, r0.y);
     }
 }
 
@@ -376,11 +358,11 @@ TEST(ToPixelF, RotatedPicturesTurnTheUnrotatedPixel) {
     for (std::int32_t lens : kLenses) {
         for (std::int32_t w : {1920, 1921}) {
             const std::int32_t h = w == 1920 ? 1080 : 1081;
-            const Pixel p = to_pixel(camera(10.0f, 5.0f, 60.0f, w, h, lens, 0), 25.0f, -3.0f);
+            const Pixel p = pixel_of_f(camera(10.0f, 5.0f, 60.0f, w, h, lens, 0), 25.0f, -3.0f);
             const std::int32_t ew = w / 2 * 2, eh = h / 2 * 2;
-            EXPECT_PIXEL(to_pixel(camera(10.0f, 5.0f, 60.0f, w, h, lens, 90), 25.0f, -3.0f), h - p.y, p.x);
-            EXPECT_PIXEL(to_pixel(camera(10.0f, 5.0f, 60.0f, w, h, lens, 180), 25.0f, -3.0f), ew - p.x, eh - p.y);
-            EXPECT_PIXEL(to_pixel(camera(10.0f, 5.0f, 60.0f, w, h, lens, 270), 25.0f, -3.0f), p.y, w - p.x);
+            EXPECT_PIXEL(pixel_of_f(camera(10.0f, 5.0f, 60.0f, w, h, lens, 90), 25.0f, -3.0f), h - p.y, p.x);
+            EXPECT_PIXEL(pixel_of_f(camera(10.0f, 5.0f, 60.0f, w, h, lens, 180), 25.0f, -3.0f), ew - p.x, eh - p.y);
+            EXPECT_PIXEL(pixel_of_f(camera(10.0f, 5.0f, 60.0f, w, h, lens, 270), 25.0f, -3.0f), p.y, w - p.x);
         }
     }
 }
@@ -402,51 +384,51 @@ TEST(ToPixelF, EveryLensAndRotationFollowsTheSteps) {
 TEST(ToPixelF, DegenerateViewGivesTheUnrotatedPictureCentre) {
     // A zero horizontal field of view.
     for (std::int32_t rot : {0, 90, 180, 270, 45}) {
-        EXPECT_PIXEL(to_pixel(camera(0.0f, 0.0f, 0.0f, 1921, 1081, 2, rot), 30.0f, 10.0f), 960, 540);
+        EXPECT_PIXEL(pixel_of_f(camera(0.0f, 0.0f, 0.0f, 1921, 1081, 2, rot), 30.0f, 10.0f), 960, 540);
     }
     // A zero vertical field of view, set explicitly.
     viewgeo_context c = camera(0.0f, 0.0f, 60.0f, 1280, 720);
     viewgeo_set_vert_fov_f(&c, 0.0f);
-    EXPECT_PIXEL(to_pixel(c, -20.0f, 5.0f), 640, 360);
+    EXPECT_PIXEL(pixel_of_f(c, -20.0f, 5.0f), 640, 360);
     // A zero picture height derives a zero vertical field of view.
-    EXPECT_PIXEL(to_pixel(camera(0.0f, 0.0f, 60.0f, 1280, 0), -20.0f, 5.0f), 640, 0);
+    EXPECT_PIXEL(pixel_of_f(camera(0.0f, 0.0f, 60.0f, 1280, 0), -20.0f, 5.0f), 640, 0);
     // Negative sizes: the products truncate toward zero.
-    EXPECT_PIXEL(to_pixel(camera(0.0f, 0.0f, 0.0f, -1281, -721), 1.0f, 1.0f), -640, -360);
+    EXPECT_PIXEL(pixel_of_f(camera(0.0f, 0.0f, 0.0f, -1281, -721), 1.0f, 1.0f), -640, -360);
 }
 
 TEST(ToPixelF, TinyFieldOfViewIsNotDegenerate) {
     viewgeo_context c = camera(0.0f, 0.0f, 60.0f);
     viewgeo_set_horiz_fov_x(&c, 1);  // 2^-16 degrees
-    const Pixel p = to_pixel(c, 0.0f, 0.0f);
+    const Pixel p = pixel_of_f(c, 0.0f, 0.0f);
     EXPECT_EQ(p.x, 960);
     expect_matches_reference_pixel(c, 0.0f, 0.0f);
     // Far outside such a view the pixel saturates instead of overflowing.
     expect_matches_reference_pixel(c, 30.0f, 0.0f);
-    EXPECT_EQ(to_pixel(c, 30.0f, 0.0f).x, INT32_MAX);
-    EXPECT_EQ(to_pixel(c, -30.0f, 0.0f).x, INT32_MIN);
+    EXPECT_EQ(pixel_of_f(c, 30.0f, 0.0f).x, INT32_MAX);
+    EXPECT_EQ(pixel_of_f(c, -30.0f, 0.0f).x, INT32_MIN);
 }
 
 TEST(ToPixelF, SaturatedPixelsWrapThroughTheRotation) {
     viewgeo_context c = camera(0.0f, 0.0f, 60.0f, 1920, 1080, 2, 180);
     viewgeo_set_horiz_fov_x(&c, 1);
     // even(W) - INT32_MIN wraps around in 32 bits.
-    const Pixel p = to_pixel(c, -30.0f, 0.0f);
+    const Pixel p = pixel_of_f(c, -30.0f, 0.0f);
     EXPECT_EQ(p.x, static_cast<std::int32_t>(1920u + 0x80000000u));
     expect_matches_reference_pixel(c, -30.0f, 0.0f);
 }
 
 TEST(ToPixelF, InfinitePanIsClampedLikeAnyOffsetNearTheHorizon) {
     const viewgeo_context c = camera(20.0f, 0.0f, 60.0f);
-    const Pixel right = to_pixel(c, 109.0f, 10.0f);
-    const Pixel left = to_pixel(c, -69.0f, 10.0f);
-    EXPECT_PIXEL(to_pixel(c, kInf, 10.0f), right.x, right.y);
-    EXPECT_PIXEL(to_pixel(c, -kInf, 10.0f), left.x, left.y);
+    const Pixel right = pixel_of_f(c, 109.0f, 10.0f);
+    const Pixel left = pixel_of_f(c, -69.0f, 10.0f);
+    EXPECT_PIXEL(pixel_of_f(c, kInf, 10.0f), right.x, right.y);
+    EXPECT_PIXEL(pixel_of_f(c, -kInf, 10.0f), left.x, left.y);
 }
 
 TEST(ToPixelF, NanOrInfiniteTiltSaturatesThePixel) {
     const viewgeo_context c = camera(20.0f, 0.0f, 60.0f);
     for (const auto &d : {PanTilt{kNaN, 10.0f}, PanTilt{10.0f, kNaN}, PanTilt{10.0f, kInf}, PanTilt{kInf, 40.0f}}) {
-        const Pixel p = to_pixel(c, d.pan, d.tilt);
+        const Pixel p = pixel_of_f(c, d.pan, d.tilt);
         EXPECT_TRUE(p.x == INT32_MIN || p.x == INT32_MAX) << p.x;
         EXPECT_TRUE(p.y == INT32_MIN || p.y == INT32_MAX) << p.y;
     }
@@ -458,7 +440,7 @@ TEST(ToPixelF, ExtremeContextValuesGiveDefinedPixels) {
     expect_matches_reference_pixel(c, 10.0f, 10.0f);
     // Zero width: the aspect is infinite, the view not degenerate, every x 0.
     const viewgeo_context narrow = camera(0.0f, 0.0f, 60.0f, 0, 1080);
-    EXPECT_EQ(to_pixel(narrow, 10.0f, 10.0f).x, 0);
+    EXPECT_EQ(pixel_of_f(narrow, 10.0f, 10.0f).x, 0);
     expect_matches_reference_pixel(narrow, 10.0f, 10.0f);
 }
 
@@ -467,7 +449,7 @@ TEST(ToPixelF, ExtremeContextValuesGiveDefinedPixels) {
 
 TEST(ToPtzF, PictureCentreOfLevelCameraGivesZeroPanTilt) {
     for (std::int32_t lens : kLenses) {
-        const PanTilt p = to_ptz(camera(0.0f, 0.0f, 60.0f, 1920, 1080, lens), 960, 540);
+        const PanTilt p = ptz_of_f(camera(0.0f, 0.0f, 60.0f, 1920, 1080, lens), 960, 540);
         EXPECT_EQ(p.pan, 0.0f);
         EXPECT_EQ(p.tilt, 0.0f);
     }
@@ -475,47 +457,47 @@ TEST(ToPtzF, PictureCentreOfLevelCameraGivesZeroPanTilt) {
 
 TEST(ToPtzF, DegenerateViewGivesTheCurrentPanTilt) {
     for (std::int32_t rot : {0, 90, 45}) {
-        const PanTilt p = to_ptz(camera(12.5f, -7.25f, 0.0f, 1920, 1080, 2, rot), 100, 900);
+        const PanTilt p = ptz_of_f(camera(12.5f, -7.25f, 0.0f, 1920, 1080, 2, rot), 100, 900);
         EXPECT_EQ(p.pan, 12.5f);
         EXPECT_EQ(p.tilt, -7.25f);
     }
     viewgeo_context c = camera(-33.0f, 44.0f, 60.0f);
     viewgeo_set_vert_fov_f(&c, 0.0f);
-    const PanTilt p = to_ptz(c, 0, 0);
+    const PanTilt p = ptz_of_f(c, 0, 0);
     EXPECT_EQ(p.pan, -33.0f);
     EXPECT_EQ(p.tilt, 44.0f);
-    const PanTilt q = to_ptz(camera(-33.0f, 44.0f, 60.0f, 1920, 0), 0, 0);
+    const PanTilt q = ptz_of_f(camera(-33.0f, 44.0f, 60.0f, 1920, 0), 0, 0);
     EXPECT_EQ(q.pan, -33.0f);
     EXPECT_EQ(q.tilt, 44.0f);
 }
 
 TEST(ToPtzF, PixelRightOfOrBelowThePictureIsClampedToTheEdge) {
     const viewgeo_context c = camera(10.0f, 5.0f, 60.0f);
-    const PanTilt edge = to_ptz(c, 1920, 300);
+    const PanTilt edge = ptz_of_f(c, 1920, 300);
     for (std::int32_t x : {1921, 2500, INT32_MAX}) {
-        const PanTilt p = to_ptz(c, x, 300);
+        const PanTilt p = ptz_of_f(c, x, 300);
         EXPECT_TRUE(same(p.pan, edge.pan)) << x;
         EXPECT_TRUE(same(p.tilt, edge.tilt)) << x;
     }
-    const PanTilt bottom = to_ptz(c, 700, 1080);
-    const PanTilt below = to_ptz(c, 700, 5000);
+    const PanTilt bottom = ptz_of_f(c, 700, 1080);
+    const PanTilt below = ptz_of_f(c, 700, 5000);
     EXPECT_TRUE(same(below.pan, bottom.pan));
     EXPECT_TRUE(same(below.tilt, bottom.tilt));
 }
 
 TEST(ToPtzF, PixelLeftOfOrAboveThePictureIsNotClamped) {
     const viewgeo_context c = camera(10.0f, 5.0f, 60.0f);
-    EXPECT_LT(to_ptz(c, -100, 540).pan, to_ptz(c, 0, 540).pan);
-    EXPECT_GT(to_ptz(c, 960, -100).tilt, to_ptz(c, 960, 0).tilt);
+    EXPECT_LT(ptz_of_f(c, -100, 540).pan, ptz_of_f(c, 0, 540).pan);
+    EXPECT_GT(ptz_of_f(c, 960, -100).tilt, ptz_of_f(c, 960, 0).tilt);
     expect_matches_reference_ptz(c, -100, 540);
     expect_matches_reference_ptz(c, 960, -100);
     expect_matches_reference_ptz(c, INT32_MIN, INT32_MIN);
 }
 
 TEST(ToPtzF, UnknownRotationReadsPixelZero) {
-    const PanTilt corner = to_ptz(camera(10.0f, 5.0f, 60.0f), 0, 0);
+    const PanTilt corner = ptz_of_f(camera(10.0f, 5.0f, 60.0f), 0, 0);
     for (std::int32_t rot : {45, -90, 720}) {
-        const PanTilt p = to_ptz(camera(10.0f, 5.0f, 60.0f, 1920, 1080, 2, rot), 1234, 567);
+        const PanTilt p = ptz_of_f(camera(10.0f, 5.0f, 60.0f, 1920, 1080, 2, rot), 1234, 567);
         EXPECT_TRUE(same(p.pan, corner.pan)) << rot;
         EXPECT_TRUE(same(p.tilt, corner.tilt)) << rot;
     }
@@ -525,7 +507,7 @@ TEST(ToPtzF, RotatedPicturesReadTheUnrotatedPixel) {
     for (std::int32_t lens : kLenses) {
         const std::int32_t w = 1921, h = 1081;  // odd sizes show the even() centre
         auto at = [&](std::int32_t rot, std::int32_t x, std::int32_t y) {
-            return to_ptz(camera(10.0f, 5.0f, 60.0f, w, h, lens, rot), x, y);
+            return ptz_of_f(camera(10.0f, 5.0f, 60.0f, w, h, lens, rot), x, y);
         };
         const std::int32_t x = 300, y = 200;
         const struct {
@@ -561,21 +543,21 @@ TEST(ToPtzF, CameraPastZenithReadsPictureUpsideDownAboutEffectiveTilt) {
     // pixel of a camera at tilt 80, and the tilt comes out as 180 minus that
     // camera's tilt. The pixels are chosen so that the mirror is exact.
     for (std::int32_t lens : kLenses) {
-        const PanTilt over = to_ptz(camera(20.0f, 100.0f, 60.0f, 1920, 1080, lens), 480, 270);
-        const PanTilt under = to_ptz(camera(20.0f, 80.0f, 60.0f, 1920, 1080, lens), 1440, 810);
+        const PanTilt over = ptz_of_f(camera(20.0f, 100.0f, 60.0f, 1920, 1080, lens), 480, 270);
+        const PanTilt under = ptz_of_f(camera(20.0f, 80.0f, 60.0f, 1920, 1080, lens), 1440, 810);
         EXPECT_TRUE(same(over.pan, under.pan)) << lens;
         EXPECT_TRUE(same(over.tilt, 180.0f - under.tilt)) << lens;
         EXPECT_LT(under.tilt, 80.0f);
         EXPECT_GT(over.tilt, 100.0f);
 
-        const PanTilt centre = to_ptz(camera(20.0f, 100.0f, 60.0f, 1920, 1080, lens), 960, 540);
+        const PanTilt centre = ptz_of_f(camera(20.0f, 100.0f, 60.0f, 1920, 1080, lens), 960, 540);
         EXPECT_EQ(centre.pan, 20.0f);
         EXPECT_NEAR(centre.tilt, 100.0f, 0.01f);
         expect_matches_reference_ptz(camera(20.0f, 100.0f, 60.0f, 1920, 1080, lens), 960, 540);
     }
     // Below the nadir the same holds with -180.
-    const PanTilt over = to_ptz(camera(20.0f, -100.0f, 60.0f), 480, 810);
-    const PanTilt under = to_ptz(camera(20.0f, -80.0f, 60.0f), 1440, 270);
+    const PanTilt over = ptz_of_f(camera(20.0f, -100.0f, 60.0f), 480, 810);
+    const PanTilt under = ptz_of_f(camera(20.0f, -80.0f, 60.0f), 1440, 270);
     EXPECT_TRUE(same(over.pan, under.pan));
     EXPECT_TRUE(same(over.tilt, -180.0f - under.tilt));
 }
@@ -585,12 +567,12 @@ TEST(ToPtzF, RayBehindTheCameraGivesATiltPastTheZenith) {
     // 45 degrees above the axis, 105 degrees up, that is behind the camera.
     viewgeo_context c = camera(10.0f, 60.0f, 120.0f);
     viewgeo_set_vert_fov_f(&c, 90.0f);
-    const PanTilt top = to_ptz(c, 960, 0);
+    const PanTilt top = ptz_of_f(c, 960, 0);
     EXPECT_EQ(top.pan, 10.0f);
     EXPECT_NEAR(top.tilt, 105.0f, 1e-3f);
     expect_matches_reference_ptz(c, 960, 0);
     for (const auto &p : {Pixel{0, 0}, Pixel{1920, 0}, Pixel{300, 50}}) {
-        const PanTilt r = to_ptz(c, p.x, p.y);
+        const PanTilt r = ptz_of_f(c, p.x, p.y);
         EXPECT_GT(r.tilt, 90.0f) << p.x;
         EXPECT_LE(std::fabs(r.pan - 10.0f), 90.0f) << p.x;
         EXPECT_GT(std::fabs(r.pan - 10.0f), 1.0f) << p.x;
@@ -599,7 +581,7 @@ TEST(ToPtzF, RayBehindTheCameraGivesATiltPastTheZenith) {
     // Looking down past the nadir is the mirror image.
     viewgeo_context d = camera(10.0f, -60.0f, 120.0f);
     viewgeo_set_vert_fov_f(&d, 90.0f);
-    EXPECT_NEAR(to_ptz(d, 960, 1080).tilt, -105.0f, 1e-3f);
+    EXPECT_NEAR(ptz_of_f(d, 960, 1080).tilt, -105.0f, 1e-3f);
 }
 
 TEST(ToPtzF, BelowTheHorizonBehindAnInvertedCameraAddsATurn) {
@@ -608,14 +590,14 @@ TEST(ToPtzF, BelowTheHorizonBehindAnInvertedCameraAddsATurn) {
     // The tilt is written as 180 + 5, past the zenith, not as -5.
     viewgeo_context up = camera(0.0f, 100.0f, 179.0f);
     viewgeo_set_vert_fov_f(&up, 179.0f);
-    const PanTilt r = to_ptz(up, 960, 486);
+    const PanTilt r = ptz_of_f(up, 960, 486);
     EXPECT_GT(r.tilt, 180.0f);
     EXPECT_NEAR(r.tilt, 185.0f, 0.5f);
     expect_matches_reference_ptz(up, 960, 486);
     // And the mirror: tilt -100 gives a tilt beyond -180.
     viewgeo_context down = camera(0.0f, -100.0f, 179.0f);
     viewgeo_set_vert_fov_f(&down, 179.0f);
-    const PanTilt s = to_ptz(down, 960, 594);
+    const PanTilt s = ptz_of_f(down, 960, 594);
     EXPECT_LT(s.tilt, -180.0f);
     EXPECT_NEAR(s.tilt, -185.0f, 0.5f);
     expect_matches_reference_ptz(down, 960, 594);
@@ -623,14 +605,14 @@ TEST(ToPtzF, BelowTheHorizonBehindAnInvertedCameraAddsATurn) {
 
 TEST(ToPtzF, PanWrapsOnceIntoPlusMinus180) {
     const viewgeo_context c = camera(170.0f, 0.0f, 60.0f);
-    const PanTilt r = to_ptz(c, 1900, 540);
+    const PanTilt r = ptz_of_f(c, 1900, 540);
     EXPECT_LT(r.pan, -150.0f);
     expect_matches_reference_ptz(c, 1900, 540);
     const viewgeo_context d = camera(-170.0f, 0.0f, 60.0f);
-    EXPECT_GT(to_ptz(d, 20, 540).pan, 150.0f);
+    EXPECT_GT(ptz_of_f(d, 20, 540).pan, 150.0f);
     // A pan stored far outside the range is wrapped by one turn only.
     const viewgeo_context far = camera(1000.0f, 0.0f, 60.0f);
-    EXPECT_EQ(to_ptz(far, 960, 540).pan, 640.0f);
+    EXPECT_EQ(ptz_of_f(far, 960, 540).pan, 640.0f);
 }
 
 TEST(ToPtzF, StraightSidewaysGivesNinetyDegreesAndStraightUpNoOffset) {
@@ -642,13 +624,13 @@ TEST(ToPtzF, StraightSidewaysGivesNinetyDegreesAndStraightUpNoOffset) {
     for (const auto &p : {Pixel{1920, 540}, Pixel{0, 540}, Pixel{960, 0}, Pixel{960, 1080}}) {
         expect_matches_reference_ptz(c, p.x, p.y);
     }
-    EXPECT_NEAR(std::fabs(to_ptz(c, 1920, 540).pan), 90.0f, 0.01f);
-    EXPECT_NEAR(to_ptz(c, 960, 0).tilt, 90.0f, 0.01f);
+    EXPECT_NEAR(std::fabs(ptz_of_f(c, 1920, 540).pan), 90.0f, 0.01f);
+    EXPECT_NEAR(ptz_of_f(c, 960, 0).tilt, 90.0f, 0.01f);
 }
 
 TEST(ToPtzF, BadContextValuesGiveDefinedResults) {
     // Zero width: 0/0 and x/0 give NaN directions.
-    const PanTilt z = to_ptz(camera(0.0f, 0.0f, 60.0f, 0, 1080), 100, 100);
+    const PanTilt z = ptz_of_f(camera(0.0f, 0.0f, 60.0f, 0, 1080), 100, 100);
     EXPECT_TRUE(std::isnan(z.pan));
     EXPECT_TRUE(std::isnan(z.tilt));
     // Negative sizes: every pixel is clamped to the (negative) edge.
@@ -676,13 +658,13 @@ TEST(ToPtzF, BadContextValuesGiveDefinedResults) {
 
 TEST(ToPtzFRel, PictureCentreGivesNoMovement) {
     for (std::int32_t lens : kLenses) {
-        const PanTilt r = to_ptz_rel(camera(0.0f, 0.0f, 60.0f, 1920, 1080, lens), 960, 540);
+        const PanTilt r = ptz_rel_of_f(camera(0.0f, 0.0f, 60.0f, 1920, 1080, lens), 960, 540);
         EXPECT_EQ(r.pan, 0.0f);
         EXPECT_EQ(r.tilt, 0.0f);
         // Tilted cameras: exact in pan; the tilt goes through sqrt(1 - cos^2)
         // in float, which near the horizon resolves about 0.02 degrees.
         for (float t : {0.5f, -20.0f, 45.0f, 89.0f}) {
-            const PanTilt s = to_ptz_rel(camera(-120.0f, t, 60.0f, 1920, 1080, lens), 960, 540);
+            const PanTilt s = ptz_rel_of_f(camera(-120.0f, t, 60.0f, 1920, 1080, lens), 960, 540);
             EXPECT_EQ(s.pan, 0.0f) << t;
             EXPECT_NEAR(s.tilt, 0.0f, 0.03f) << t;
         }
@@ -692,15 +674,15 @@ TEST(ToPtzFRel, PictureCentreGivesNoMovement) {
 TEST(ToPtzFRel, IsTheAbsoluteDirectionMinusTheCameraPosition) {
     const viewgeo_context c = camera(30.0f, 10.0f, 60.0f);
     for (const auto &p : {Pixel{0, 0}, Pixel{1500, 200}, Pixel{100, 1000}}) {
-        const PanTilt a = to_ptz(c, p.x, p.y);
-        const PanTilt r = to_ptz_rel(c, p.x, p.y);
+        const PanTilt a = ptz_of_f(c, p.x, p.y);
+        const PanTilt r = ptz_rel_of_f(c, p.x, p.y);
         EXPECT_EQ(r.pan, a.pan - 30.0f);
         EXPECT_EQ(r.tilt, a.tilt - 10.0f);
         expect_matches_reference_rel(c, p.x, p.y);
     }
     // Across the +-180 seam the movement is not wrapped into +-180.
     const viewgeo_context seam = camera(170.0f, 0.0f, 60.0f);
-    const PanTilt r = to_ptz_rel(seam, 1900, 540);
+    const PanTilt r = ptz_rel_of_f(seam, 1900, 540);
     EXPECT_LT(r.pan, -300.0f);
     expect_matches_reference_rel(seam, 1900, 540);
 }
@@ -709,8 +691,8 @@ TEST(ToPtzFRel, MovementAboveOneTurnLosesATurn) {
     // Camera pan -500: the absolute pan is wrapped up by 360, so the
     // difference exceeds 360 and one turn comes off again.
     const viewgeo_context c = camera(-500.0f, 0.0f, 60.0f);
-    const PanTilt a = to_ptz(c, 1500, 540);
-    const PanTilt r = to_ptz_rel(c, 1500, 540);
+    const PanTilt a = ptz_of_f(c, 1500, 540);
+    const PanTilt r = ptz_rel_of_f(c, 1500, 540);
     EXPECT_GT(a.pan - -500.0f, 360.0f);
     EXPECT_EQ(r.pan, (a.pan - -500.0f) - 360.0f);
     EXPECT_EQ(r.tilt, 0.0f);
@@ -722,16 +704,16 @@ TEST(ToPtzFRel, MovementBelowMinusOneTurnTakesTheTiltFromTheUnscaledWord) {
     // The tilt is then (t - the raw tilt word) + 360: for a level camera the
     // word is 0 and the centre row has t = 0, so exactly 360.
     const viewgeo_context level = camera(500.0f, 0.0f, 60.0f);
-    const PanTilt a = to_ptz(level, 300, 540);
-    const PanTilt r = to_ptz_rel(level, 300, 540);
+    const PanTilt a = ptz_of_f(level, 300, 540);
+    const PanTilt r = ptz_rel_of_f(level, 300, 540);
     EXPECT_LT(a.pan - 500.0f, -360.0f);
     EXPECT_EQ(r.pan, (a.pan - 500.0f) + 360.0f);
     EXPECT_EQ(a.tilt, 0.0f);
     EXPECT_EQ(r.tilt, 360.0f);
     // Camera tilt 10 is the word 655360, taken as 655360.0 degrees.
     const viewgeo_context tilted = camera(500.0f, 10.0f, 60.0f);
-    const PanTilt b = to_ptz(tilted, 300, 540);
-    const PanTilt s = to_ptz_rel(tilted, 300, 540);
+    const PanTilt b = ptz_of_f(tilted, 300, 540);
+    const PanTilt s = ptz_rel_of_f(tilted, 300, 540);
     EXPECT_EQ(s.tilt, (b.tilt - 655360.0f) + 360.0f);
     EXPECT_NEAR(s.tilt, -654990.0f, 1.0f);
     expect_matches_reference_rel(tilted, 300, 540);
@@ -742,8 +724,8 @@ TEST(ToPtzFRel, TiltMovementAboveOneTurnLosesATurnFirst) {
     // branch wins over the pan's unscaled-tilt branch.
     for (float pan : {0.0f, 500.0f}) {
         const viewgeo_context c = camera(pan, -1000.0f, 60.0f);
-        const PanTilt a = to_ptz(c, 300, 540);
-        const PanTilt r = to_ptz_rel(c, 300, 540);
+        const PanTilt a = ptz_of_f(c, 300, 540);
+        const PanTilt r = ptz_rel_of_f(c, 300, 540);
         EXPECT_GT(a.tilt - -1000.0f, 360.0f);
         EXPECT_EQ(r.tilt, (a.tilt - -1000.0f) - 360.0f) << pan;
         expect_matches_reference_rel(c, 300, 540);
@@ -751,7 +733,7 @@ TEST(ToPtzFRel, TiltMovementAboveOneTurnLosesATurnFirst) {
 }
 
 TEST(ToPtzFRel, DegenerateViewGivesNoMovement) {
-    const PanTilt r = to_ptz_rel(camera(123.0f, -45.0f, 0.0f), 10, 10);
+    const PanTilt r = ptz_rel_of_f(camera(123.0f, -45.0f, 0.0f), 10, 10);
     EXPECT_EQ(r.pan, 0.0f);
     EXPECT_EQ(r.tilt, 0.0f);
 }
@@ -804,14 +786,14 @@ TEST(ProjectionFloatProperties, PixelToPanTiltToPixelReturnsWithinSixPixels) {
     // fields of view for 1920-pixel pictures: at most 5 pixels.
     int worst = 0;
     for (const RandomView &v : random_views(20000, true)) {
-        const PanTilt d = to_ptz(v.ctx, v.x, v.y);
+        const PanTilt d = ptz_of_f(v.ctx, v.x, v.y);
         if (std::isnan(d.pan)) {
             // Only the sine lens has pixels with no direction: the corners of
             // a wide view lie outside its image circle.
             EXPECT_EQ(v.ctx.projection_type, 0);
             continue;
         }
-        const Pixel p = to_pixel(v.ctx, d.pan, d.tilt);
+        const Pixel p = pixel_of_f(v.ctx, d.pan, d.tilt);
         const int err = std::max(std::abs(p.x - v.x), std::abs(p.y - v.y));
         worst = std::max(worst, err);
         EXPECT_LE(err, 6) << "pixel " << v.x << "," << v.y << " -> " << p.x << "," << p.y << " lens "
@@ -824,7 +806,7 @@ TEST(ProjectionFloatProperties, PixelToPanTiltToPixelReturnsWithinSixPixels) {
 TEST(ProjectionFloatProperties, SineLensCornersOutsideTheImageCircleHaveNoDirection) {
     // 100-degree view, 704 x 576: the corner's ray would need a sine above 1.
     const viewgeo_context c = camera(0.0f, 0.0f, 100.0f, 704, 576, 0);
-    const PanTilt d = to_ptz(c, 0, 576);
+    const PanTilt d = ptz_of_f(c, 0, 576);
     EXPECT_TRUE(std::isnan(d.pan));
     EXPECT_TRUE(std::isnan(d.tilt));
     expect_matches_reference_ptz(c, 0, 576);
@@ -837,14 +819,14 @@ TEST(ProjectionFloatProperties, CameraDirectionIsAtThePictureCentre) {
         viewgeo_get_pantilt_f(&c, &p_c, &t_c);
         const std::int32_t cx = c.pic_width / 2, cy = c.pic_height / 2;
         if (c.pic_width % 2 == 0 && c.pic_height % 2 == 0) {
-            const PanTilt d = to_ptz(c, cx, cy);
+            const PanTilt d = ptz_of_f(c, cx, cy);
             EXPECT_EQ(d.pan, p_c);
             // sqrt(1 - cos^2) in float: about 0.02 degrees near the horizon.
             EXPECT_NEAR(d.tilt, t_c, 0.03f);
         }
         // The direction's own rounding can put it a hair above the centre
         // row, which truncation turns into the row above.
-        const Pixel p = to_pixel(c, p_c, t_c);
+        const Pixel p = pixel_of_f(c, p_c, t_c);
         EXPECT_LE(std::abs(p.x - cx), 1) << p_c << " " << t_c;
         EXPECT_LE(std::abs(p.y - cy), 1) << p_c << " " << t_c;
     }
@@ -857,8 +839,8 @@ TEST(ProjectionFloatProperties, LeftAndRightAreMirrorImages) {
         viewgeo_get_pantilt_f(&c, &p_c, &t_c);
         const std::int32_t w = c.pic_width / 2 * 2;
         if (w != c.pic_width) continue;
-        const PanTilt l = to_ptz(c, v.x, v.y);
-        const PanTilt r = to_ptz(c, w - v.x, v.y);
+        const PanTilt l = ptz_of_f(c, v.x, v.y);
+        const PanTilt r = ptz_of_f(c, w - v.x, v.y);
         // Mirror pixels divide by the width with different roundings.
         float dl = l.pan - p_c, dr = r.pan - p_c;
         if (dl > 180.0f) dl -= 360.0f;
@@ -870,8 +852,8 @@ TEST(ProjectionFloatProperties, LeftAndRightAreMirrorImages) {
         // Directions mirrored about the camera's pan land on mirrored pixels
         // (truncation toward zero may cost one pixel).
         const float off = 0.4f * static_cast<float>(c.horiz_fov) / 65536.0f * (static_cast<float>(v.x) / w - 0.5f);
-        const Pixel a = to_pixel(c, p_c + off, t_c);
-        const Pixel b = to_pixel(c, p_c - off, t_c);
+        const Pixel a = pixel_of_f(c, p_c + off, t_c);
+        const Pixel b = pixel_of_f(c, p_c - off, t_c);
         EXPECT_LE(std::abs(a.x + b.x - w), 1) << off;
         EXPECT_LE(std::abs(a.y - b.y), 1) << off;
     }
@@ -885,13 +867,13 @@ TEST(ProjectionFloatProperties, UpAndDownAreMirrorImagesForALevelCamera) {
         viewgeo_set_pantilt_f(&c, p_c, 0.0f);
         const std::int32_t h = c.pic_height / 2 * 2;
         if (h != c.pic_height) continue;
-        const PanTilt u = to_ptz(c, v.x, v.y);
-        const PanTilt d = to_ptz(c, v.x, h - v.y);
+        const PanTilt u = ptz_of_f(c, v.x, v.y);
+        const PanTilt d = ptz_of_f(c, v.x, h - v.y);
         EXPECT_NEAR(u.tilt, -d.tilt, 2e-3f);
         EXPECT_NEAR(u.pan, d.pan, 2e-3f);
         const float tilt = 0.4f * ref::vfov(c) * (0.5f - static_cast<float>(v.y) / h);
-        const Pixel a = to_pixel(c, p_c + 3.0f, tilt);
-        const Pixel b = to_pixel(c, p_c + 3.0f, -tilt);
+        const Pixel a = pixel_of_f(c, p_c + 3.0f, tilt);
+        const Pixel b = pixel_of_f(c, p_c + 3.0f, -tilt);
         EXPECT_LE(std::abs(a.y + b.y - h), 1) << tilt;
         EXPECT_LE(std::abs(a.x - b.x), 1) << tilt;
     }
@@ -918,7 +900,7 @@ TEST(ProjectionFloatProperties, RectilinearLevelCameraAgreesWithAPinholeCamera) 
         const double rx = (x - w / 2.0) / f, ry = (h / 2.0 - y) / f;
         const double want_pan = p_c + std::atan(rx) * 180.0 / pi;
         const double want_tilt = std::atan2(ry, std::sqrt(1.0 + rx * rx)) * 180.0 / pi;
-        const PanTilt got = to_ptz(c, x, y);
+        const PanTilt got = ptz_of_f(c, x, y);
         double dpan = got.pan - want_pan;
         if (dpan > 180.0) dpan -= 360.0;
         if (dpan < -180.0) dpan += 360.0;
@@ -937,7 +919,7 @@ TEST(ProjectionFloatProperties, PanGrowsToTheRightAndTiltUpwards) {
         float p_c, t_c;
         viewgeo_get_pantilt_f(&c, &p_c, &t_c);
         for (std::int32_t x = 0; x <= c.pic_width; x += c.pic_width / 16) {
-            float d = to_ptz(c, x, y).pan - p_c;
+            float d = ptz_of_f(c, x, y).pan - p_c;
             if (d > 180.0f) d -= 360.0f;
             if (d < -180.0f) d += 360.0f;
             EXPECT_GE(d, prev) << x;
@@ -946,7 +928,7 @@ TEST(ProjectionFloatProperties, PanGrowsToTheRightAndTiltUpwards) {
         const std::int32_t x = c.pic_width / 2;
         float below = 1e9f;
         for (std::int32_t yy = 0; yy <= c.pic_height; yy += c.pic_height / 16) {
-            const PanTilt p = to_ptz(c, x, yy);
+            const PanTilt p = ptz_of_f(c, x, yy);
             // Past the zenith the tilt grows beyond 90 as the row rises.
             const float t = p.tilt;
             EXPECT_LE(t, below) << yy;

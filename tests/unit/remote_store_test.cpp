@@ -465,15 +465,6 @@ TEST(RemoteStoreRead, GroupMissingAKeyFailsBothReaders) {
     expect_both_readers_fail(1);
 }
 
-TEST(RemoteStoreRead, ValueThatDoesNotScanCountsAsMissing) {
-    TempRoot root;
-    root.write(kConf, "[channel_1]\ncenter_pan = east\ncenter_tilt = 2\ncalibration_status = 1\n"
-                      "auto_calibrated = x1\n");
-    Context c;
-    EXPECT_EQ(viewgeo_get_remote_center(c.ctx, 1), -1);
-    EXPECT_EQ(viewgeo_get_remote_calibrated(1), nullptr);
-}
-
 TEST(RemoteStoreRead, KeysMayBeSpreadOverTwoCopiesOfTheGroup) {
     TempRoot root;
     root.write(kConf, "[channel_1]\ncenter_pan = 1\ncenter_tilt = 2\n[lens_fov]\nvfov = 3\n"
