@@ -132,7 +132,10 @@ TEST(PreciseCartesian, VectorsAgreeWithLongDoubleAndComeBackAsTheDirection) {
     }
     vec_err.report("to_cartesian_component", "(unit vector components)");
     back_err.report("cartesian_round_trip_deg", "degrees");
-    EXPECT_LT(vec_err.max(), 4e-16L);
+    // Where long double is no wider than double (32-bit ARM), the reference
+    // itself carries rounding errors of its own; the bound then allows them.
+    const long double component_bound = std::numeric_limits<long double>::digits > 53 ? 4e-16L : 1e-15L;
+    EXPECT_LT(vec_err.max(), component_bound);
     EXPECT_LT(back_err.max(), 1e-12L);
 }
 
