@@ -8,9 +8,8 @@ import pytest
 
 import viewgeo
 from conftest import HOOKS
-from test_bit_identity import cameras
+from test_bit_identity import rng, view  # noqa: F401  (fixtures: the same cameras and seed)
 
-RNG_SEED = 20261125
 N = 300
 
 
@@ -29,16 +28,6 @@ def assert_same(got, want):
     nan = np.isnan(want)
     assert np.array_equal(np.isnan(got), nan)
     assert np.array_equal(bits64(got[~nan]), bits64(want[~nan]))
-
-
-@pytest.fixture(params=range(len(cameras())), ids=lambda i: f"camera{i}")
-def view(request):
-    return viewgeo.Context(**cameras()[request.param])
-
-
-@pytest.fixture
-def rng():
-    return np.random.default_rng(RNG_SEED)
 
 
 def test_precise_to_ptz_matches_single_point_function(view, rng):
@@ -113,26 +102,28 @@ def overview(mirror):
     return octx
 
 
-@pytest.mark.parametrize("mirror", [False, True])
-def test_precise_overview_to_ptz_matches_single_point_function(rng, mirror):
-    octx, view = overview(mirror), viewgeo.Context(pic_size=(1920, 1080))
-    x = rng.uniform(-100, 2100, N)
-    y = rng.uniform(-100, 1200, N)
-    pan, tilt = octx.to_ptz(view, x, y, precise=True)
-    want_pan, want_tilt = expected_pairs(HOOKS.point_ovista_to_ptz_d(octx, view, a, b) for a, b in zip(x, y))
-    assert_same(pan, want_pan)
-    assert_same(tilt, want_tilt)
+# Each overview direction: the array call, its single-point function, and
+# the ranges of its two random arguments (pixels, or degrees).
+OVERVIEW_CALLS = {
+    "to_ptz": (lambda octx, view, a, b: octx.to_ptz(view, a, b, precise=True), "point_ovista_to_ptz_d",
+               (-100, 2100), (-100, 1200)),
+    "to_pixel": (lambda octx, view, a, b: octx.to_pixel(view, a, b, precise=True), "point_ovista_to_pixel_d",
+                 (-400, 400), (-90, 90)),
+}
 
 
 @pytest.mark.parametrize("mirror", [False, True])
-def test_precise_overview_to_pixel_matches_single_point_function(rng, mirror):
+@pytest.mark.parametrize("direction", sorted(OVERVIEW_CALLS))
+def test_precise_overview_matches_single_point_function(rng, mirror, direction):
+    call, hook, first_range, second_range = OVERVIEW_CALLS[direction]
     octx, view = overview(mirror), viewgeo.Context(pic_size=(1920, 1080))
-    pan = rng.uniform(-400, 400, N)
-    tilt = rng.uniform(-90, 90, N)
-    x, y = octx.to_pixel(view, pan, tilt, precise=True)
-    want_x, want_y = expected_pairs(HOOKS.point_ovista_to_pixel_d(octx, view, p, t) for p, t in zip(pan, tilt))
-    assert_same(x, want_x)
-    assert_same(y, want_y)
+    a = rng.uniform(*first_range, N)
+    b = rng.uniform(*second_range, N)
+    first, second = call(octx, view, a, b)
+    assert first.dtype == np.float64
+    want_first, want_second = expected_pairs(getattr(HOOKS, hook)(octx, view, p, q) for p, q in zip(a, b))
+    assert_same(first, want_first)
+    assert_same(second, want_second)
 
 
 def test_precise_overview_gives_nan_for_a_picture_without_size():
