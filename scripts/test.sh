@@ -3,6 +3,7 @@
 #   1. the CI build (warnings as errors) and its tests, then an install into
 #      a staging prefix with a C and a C++ consumer built against it, and
 #      the ABI of libviewgeo.so.1 against its checked-in description;
+#      the Python package's suite on the same build;
 #   2. the same suite under AddressSanitizer and UndefinedBehaviorSanitizer;
 #   3. the suite under valgrind memcheck;
 #   4. each fuzzer on the same 300000 inputs on every run;
@@ -15,6 +16,7 @@ cd "$(dirname "$0")/.."
 scripts/install-deps.sh --test
 cmake --workflow --preset ci
 scripts/test-install.sh build/ci
+scripts/test-python.sh build/ci
 scripts/check-abi.sh build/ci
 cmake --workflow --preset sanitize
 scripts/valgrind.sh

@@ -10,7 +10,6 @@
 #include <pybind11/numpy.h>
 #include <pybind11/stl.h>
 
-#include "array_forms.h"
 #include "binding.h"
 #include "numpy_args.h"
 
@@ -40,9 +39,16 @@ py::tuple convert_pair(const Broadcast &args, Call call) {
     return py::make_tuple(args.result(first), args.result(second));
 }
 
-py::tuple to_ptz(const Context &self, py::handle x, py::handle y, bool relative, bool fixed) {
-    const Broadcast args{{x, Kind::Pixel, "x"}, {y, Kind::Pixel, "y"}};
+py::tuple to_ptz(const Context &self, py::handle x, py::handle y, bool relative, bool fixed, bool precise) {
     const viewgeo_context view = *self.c;
+    if (precise) {
+        if (relative || fixed) throw py::value_error("precise=True has no relative or fixed form");
+        const Broadcast args{{x, Kind::Precise, "x"}, {y, Kind::Precise, "y"}};
+        return precise_pair(args, [&](double a, double b, double *pan, double *tilt) {
+            return viewgeo_to_ptz_d(&view, a, b, pan, tilt);
+        });
+    }
+    const Broadcast args{{x, Kind::Pixel, "x"}, {y, Kind::Pixel, "y"}};
     if (fixed) {
         auto call = relative ? viewgeo_to_ptz_x_rel_array : viewgeo_to_ptz_x_array;
         return convert_pair<std::int32_t, std::int32_t>(args, [&](std::size_t n, const std::int32_t *a, const std::int32_t *b, std::int32_t *p, std::int32_t *t) {
@@ -55,8 +61,15 @@ py::tuple to_ptz(const Context &self, py::handle x, py::handle y, bool relative,
     });
 }
 
-py::tuple to_pixel(const Context &self, py::handle pan, py::handle tilt, bool fixed) {
+py::tuple to_pixel(const Context &self, py::handle pan, py::handle tilt, bool fixed, bool precise) {
     const viewgeo_context view = *self.c;
+    if (precise) {
+        if (fixed) throw py::value_error("precise=True has no fixed form");
+        const Broadcast args{{pan, Kind::Precise, "pan"}, {tilt, Kind::Precise, "tilt"}};
+        return precise_pair(args, [&](double p, double t, double *x, double *y) {
+            return viewgeo_to_pixel_d(&view, p, t, x, y);
+        });
+    }
     if (fixed) {
         const Broadcast args{{pan, Kind::Word, "pan"}, {tilt, Kind::Word, "tilt"}};
         return convert_pair<std::int32_t, std::int32_t>(args, [&](std::size_t n, const std::int32_t *p, const std::int32_t *t, std::int32_t *x, std::int32_t *y) {
@@ -284,7 +297,7 @@ of the record with the GIL released.
         "ValueError when a text is None or does not scan.");
 
     cls.def("to_ptz", &to_ptz, py::arg("x"), py::arg("y"), py::kw_only(), py::arg("relative") = false,
-            py::arg("fixed") = false, R"doc(
+            py::arg("fixed") = false, py::arg("precise") = false, R"doc(
 Pan/tilt that brings pixel (x, y) to the centre of the picture.
 
 x, y: whole pixels (any integer dtype, values within int32), scalars or
@@ -295,8 +308,13 @@ fixed: False gives float32 degrees; True int32 Q16.16 words.
 Returns (pan, tilt), arrays of the broadcast shape (NumPy scalars for
 scalar arguments). A zero field of view gives the current pan/tilt; an
 unknown rotation reads the pixel as (0, 0).
+precise=True: continuous pixels (any real dtype, taken as float64) to
+float64 degrees by the double-precision model, the exact inverse of
+to_pixel(..., precise=True); NaN for both where there is no direction
+(beyond the rim of a sine or equidistant lens). Not with relative or fixed.
 )doc");
-    cls.def("to_pixel", &to_pixel, py::arg("pan"), py::arg("tilt"), py::kw_only(), py::arg("fixed") = false, R"doc(
+    cls.def("to_pixel", &to_pixel, py::arg("pan"), py::arg("tilt"), py::kw_only(), py::arg("fixed") = false,
+            py::arg("precise") = false, R"doc(
 Pixel where the direction (pan, tilt) appears.
 
 pan, tilt: degrees (any real dtype, taken as float32), or with fixed=True
@@ -306,6 +324,10 @@ Returns (x, y) int32 pixels of the broadcast shape. A zero field of view
 gives the picture centre (fixed=True: as Q16.16 values, pic_width * 32768,
 pic_height * 32768); fixed=True clamps normalised coordinates to +-10
 picture sizes.
+precise=True: degrees taken as float64, float64 continuous pixels of the
+rotated picture by the double-precision model; NaN for both where the
+direction has no pixel (90 degrees or more off the axis of a rectilinear or
+sine lens, straight behind an equidistant one). Not with fixed.
 )doc");
     cls.def("misalignment_offset", &misalignment_offset, py::arg("zoom"), py::arg("tilt"), R"doc(
 Misalignment offset (pan_offset, tilt_offset), int32 Q16.16 degrees, at a

@@ -11,10 +11,9 @@ void begin_file_call() { errno = 0; }
 
 std::string file_error_reason(int errno_after, int *code) {
     *code = errno_after;
-#ifdef VIEWGEO_PY_LIBRARY_LAST_ERROR
+    // The library's own account: step, path and the system's reason.
     const char *reason = viewgeo_last_error();
     if (reason != nullptr && reason[0] != '\0') return reason;
-#endif
     // No system error: the file was read but lacked what was asked for, or
     // its contents did not convert.
     if (errno_after == 0) return "the file is missing what was asked for or cannot be used";

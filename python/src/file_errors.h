@@ -1,6 +1,6 @@
 // Failed file operations become Python's OSError. The reason comes from one
-// place, file_error_reason(), so the library's own account of the failure
-// can replace the system's error number there alone.
+// place, file_error_reason(): the library's own account of the failure, or
+// the system's text for errno when the library gives none.
 #pragma once
 
 #include <string>

@@ -9,7 +9,8 @@ PTZ camera and the fisheye overview camera. Every conversion takes scalars
 or NumPy arrays of any shape (broadcast together) and returns arrays of
 that shape, the same bits as the library's C functions.
 )doc";
-    m.attr("__version__") = VIEWGEO_PY_VERSION;
+    // The version of the library actually loaded.
+    m.attr("__version__") = viewgeo_version();
     auto context = viewgeo_py::bind_context(m);
     viewgeo_py::bind_remote(m, context);
     viewgeo_py::bind_ovista(m);

@@ -16,7 +16,8 @@ const char *kind_text(Kind kind) {
     switch (kind) {
     case Kind::Pixel: return "whole pixels (integers)";
     case Kind::Word: return "Q16.16 words (integers)";
-    case Kind::Real: return "real numbers";
+    case Kind::Real:
+    case Kind::Precise: return "real numbers";
     }
     return "";
 }
@@ -32,14 +33,15 @@ py::array checked_array(const Arg &arg) {
     }
     const char k = a.dtype().kind();
     const bool integer = k == 'i' || k == 'u';
-    if (arg.kind == Kind::Real ? !(integer || k == 'f') : !integer) {
+    const bool real = arg.kind == Kind::Real || arg.kind == Kind::Precise;
+    if (real ? !(integer || k == 'f') : !integer) {
         std::string hint;
-        if (arg.kind != Kind::Real && k == 'f')
+        if (!real && k == 'f')
             hint = arg.kind == Kind::Word ? " (convert degrees with viewgeo.to_q16)" : " (round them first, e.g. numpy.rint(...).astype(int))";
         throw py::type_error(std::string(arg.name) + ": expected " + kind_text(arg.kind) + ", got dtype " +
                              dtype_name(a) + hint);
     }
-    if (integer && arg.kind != Kind::Real && a.size() > 0 &&
+    if (integer && !real && a.size() > 0 &&
         (a.itemsize() > 4 || (k == 'u' && a.itemsize() == 4))) {
         // Compared as Python integers, which hold any 64-bit value exactly.
         const py::int_ low(a.attr("min")()), high(a.attr("max")());
@@ -62,8 +64,9 @@ Broadcast::Broadcast(std::initializer_list<Arg> args) {
     bool ready = true;
     for (std::size_t i = 0; i < checked.size() && ready; ++i) {
         const Kind kind = args.begin()[i].kind;
-        const bool right_type = kind == Kind::Real ? py::isinstance<py::array_t<float>>(checked[i])
-                                                      : py::isinstance<py::array_t<std::int32_t>>(checked[i]);
+        const bool right_type = kind == Kind::Real      ? py::isinstance<py::array_t<float>>(checked[i])
+                                : kind == Kind::Precise ? py::isinstance<py::array_t<double>>(checked[i])
+                                                        : py::isinstance<py::array_t<std::int32_t>>(checked[i]);
         ready = right_type && (checked[i].flags() & py::array::c_style) != 0 &&
                 checked[i].ndim() == checked[0].ndim() &&
                 std::equal(checked[i].shape(), checked[i].shape() + checked[i].ndim(), checked[0].shape());
@@ -89,7 +92,9 @@ Broadcast::Broadcast(std::initializer_list<Arg> args) {
             continue;
         }
         const Kind kind = args.begin()[i].kind;
-        py::object dtype = kind == Kind::Real ? numpy().attr("float32") : numpy().attr("int32");
+        py::object dtype = kind == Kind::Real      ? numpy().attr("float32")
+                           : kind == Kind::Precise ? numpy().attr("float64")
+                                                   : numpy().attr("int32");
         // asarray, unlike ascontiguousarray, keeps a 0-d array 0-d.
         arrays_.push_back(numpy().attr("asarray")(broadcast[i], py::arg("dtype") = dtype, py::arg("order") = "C"));
     }

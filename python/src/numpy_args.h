@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <limits>
 #include <vector>
 
 #include <pybind11/numpy.h>
@@ -20,6 +21,7 @@ enum class Kind {
     Pixel,   // whole pixels: any integer type, values within int32
     Word,    // Q16.16 words: any integer type, values within int32
     Real,    // degrees, factors, vector components: any real or integer type, taken as float32
+    Precise, // the same, taken as float64 (continuous pixels too)
 };
 
 struct Arg {
@@ -50,6 +52,26 @@ private:
     std::size_t size_ = 0;
     bool scalar_ = false;
 };
+
+// Two float64 outputs per point of two float64 arguments, computed with the
+// GIL released by `point(a, b, &first, &second)`, which returns the library's
+// status: a point without an answer (status not 0) gives NaN in both.
+template <typename Point>
+py::tuple precise_pair(const Broadcast &args, Point point) {
+    py::array_t<double> first = args.output<double>(), second = args.output<double>();
+    double *f = first.mutable_data(), *s = second.mutable_data();
+    const double *a = args.data<double>(0), *b = args.data<double>(1);
+    {
+        py::gil_scoped_release release;
+        for (std::size_t i = 0; i < args.size(); ++i) {
+            if (point(a[i], b[i], &f[i], &s[i]) != 0) {
+                f[i] = std::numeric_limits<double>::quiet_NaN();
+                s[i] = std::numeric_limits<double>::quiet_NaN();
+            }
+        }
+    }
+    return py::make_tuple(args.result(first), args.result(second));
+}
 
 // One scalar argument as an int32: TypeError when it is not an integer,
 // ValueError when it lies outside the int32 range.

@@ -7,7 +7,6 @@
 #include <pybind11/numpy.h>
 #include <pybind11/stl.h>
 
-#include "array_forms.h"
 #include "binding.h"
 #include "file_errors.h"
 #include "numpy_args.h"
@@ -111,10 +110,18 @@ void save(const OvistaContext &s, const std::optional<std::string> &path) {
     if (status != 0) raise_file_error("cannot save the overview configuration", path ? path->c_str() : kOvistaConfig, saved);
 }
 
-py::tuple to_ptz(const OvistaContext &s, const Context &view, py::handle x, py::handle y, bool relative) {
-    const Broadcast args{{x, Kind::Pixel, "x"}, {y, Kind::Pixel, "y"}};
+py::tuple to_ptz(const OvistaContext &s, const Context &view, py::handle x, py::handle y, bool relative,
+                 bool precise) {
     const viewgeo_ovista_context overview = *s.c;
     const viewgeo_context picture = *view.c;
+    if (precise) {
+        if (relative) throw py::value_error("precise=True has no relative form");
+        const Broadcast args{{x, Kind::Precise, "x"}, {y, Kind::Precise, "y"}};
+        return precise_pair(args, [&](double a, double b, double *pan, double *tilt) {
+            return viewgeo_ovista_to_ptz_d(&overview, &picture, a, b, pan, tilt);
+        });
+    }
+    const Broadcast args{{x, Kind::Pixel, "x"}, {y, Kind::Pixel, "y"}};
     py::array_t<float> pan = args.output<float>(), tilt = args.output<float>();
     float *p = pan.mutable_data(), *t = tilt.mutable_data();
     const int *xs = args.data<int>(0), *ys = args.data<int>(1);
@@ -130,10 +137,16 @@ py::tuple to_ptz(const OvistaContext &s, const Context &view, py::handle x, py::
     return py::make_tuple(args.result(pan), args.result(tilt));
 }
 
-py::tuple to_pixel(const OvistaContext &s, const Context &view, py::handle pan, py::handle tilt) {
-    const Broadcast args{{pan, Kind::Real, "pan"}, {tilt, Kind::Real, "tilt"}};
+py::tuple to_pixel(const OvistaContext &s, const Context &view, py::handle pan, py::handle tilt, bool precise) {
     const viewgeo_ovista_context overview = *s.c;
     const viewgeo_context picture = *view.c;
+    if (precise) {
+        const Broadcast args{{pan, Kind::Precise, "pan"}, {tilt, Kind::Precise, "tilt"}};
+        return precise_pair(args, [&](double p, double t, double *x, double *y) {
+            return viewgeo_ovista_to_pixel_d(&overview, &picture, p, t, x, y);
+        });
+    }
+    const Broadcast args{{pan, Kind::Real, "pan"}, {tilt, Kind::Real, "tilt"}};
     py::array_t<std::int32_t> x = args.output<std::int32_t>(), y = args.output<std::int32_t>();
     int *xs = x.mutable_data(), *ys = y.mutable_data();
     const float *p = args.data<float>(0), *t = args.data<float>(1);
@@ -228,17 +241,28 @@ one parser: the GIL keeps them from overlapping.
     cls.def("set_compensator", &set_compensator, py::arg("which"), py::arg("compensator"),
             "Stores a Compensator as `which`: 'pan', 'tilt', 'x', 'y' or 0 to 3 (ValueError otherwise).");
 
-    cls.def("to_ptz", &to_ptz, py::arg("view"), py::arg("x"), py::arg("y"), py::kw_only(), py::arg("relative") = false, R"doc(
+    cls.def("to_ptz", &to_ptz, py::arg("view"), py::arg("x"), py::arg("y"), py::kw_only(), py::arg("relative") = false,
+            py::arg("precise") = false, R"doc(
 PTZ pan/tilt (float32 degrees) of overview pixel (x, y) (whole pixels,
 arrays broadcast). The overview picture's size is view.pic_size. Absolute:
 pan wrapped once into [-180, 180]; relative=True: relative to the overview
 axis (pan 0 straight up in the picture, growing clockwise; tilt the angle
 from the axis). A zero width, radius_x or field_angle gives inf or NaN.
+precise=True: continuous pixels (any real dtype, taken as float64) to
+float64 degrees by the double-precision fisheye model (rotation and mirror
+included, compensators not applied), the exact inverse of
+to_pixel(..., precise=True); NaN for both beyond 180 degrees from the axis,
+for a non-positive size, radius or field angle, or a non-finite value. Not
+with relative.
 )doc");
-    cls.def("to_pixel", &to_pixel, py::arg("view"), py::arg("pan"), py::arg("tilt"), R"doc(
+    cls.def("to_pixel", &to_pixel, py::arg("view"), py::arg("pan"), py::arg("tilt"), py::kw_only(),
+            py::arg("precise") = false, R"doc(
 Overview pixel (x, y), int32, where the PTZ direction pan/tilt (degrees,
 arrays broadcast) appears, rounded half away from zero; saturates to the
 int32 range. Not the exact inverse of to_ptz.
+precise=True: degrees taken as float64, float64 continuous pixels by the
+double-precision model, the exact inverse of to_ptz(..., precise=True); NaN
+for both straight behind the axis and for the records to_ptz cannot use.
 )doc");
     cls.def("save", &save, py::arg("path") = py::none(), R"doc(
 Writes the configuration atomically (through a ".tmp" sibling) to

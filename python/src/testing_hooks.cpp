@@ -10,7 +10,6 @@
 #include <pybind11/numpy.h>
 #include <pybind11/stl.h>
 
-#include "array_forms.h"
 #include "binding.h"
 #include "platform/fs.h"
 #include "platform/log.h"
@@ -81,6 +80,29 @@ void bind_testing(py::module_ &m) {
         int x = 0, y = 0;
         viewgeo_ovista_to_pixel_f(o.c, v.c, pan, tilt, &x, &y);
         return py::make_tuple(x, y);
+    });
+
+    // The double-precision single-point functions: (status, first, second),
+    // the outputs as the library left them.
+    t.def("point_to_ptz_d", [](const Context &s, double x, double y) {
+        double p = 0.0, q = 0.0;
+        const int status = viewgeo_to_ptz_d(s.c, x, y, &p, &q);
+        return py::make_tuple(status, p, q);
+    });
+    t.def("point_to_pixel_d", [](const Context &s, double pan, double tilt) {
+        double x = 0.0, y = 0.0;
+        const int status = viewgeo_to_pixel_d(s.c, pan, tilt, &x, &y);
+        return py::make_tuple(status, x, y);
+    });
+    t.def("point_ovista_to_ptz_d", [](const OvistaContext &o, const Context &v, double x, double y) {
+        double p = 0.0, q = 0.0;
+        const int status = viewgeo_ovista_to_ptz_d(o.c, v.c, x, y, &p, &q);
+        return py::make_tuple(status, p, q);
+    });
+    t.def("point_ovista_to_pixel_d", [](const OvistaContext &o, const Context &v, double pan, double tilt) {
+        double x = 0.0, y = 0.0;
+        const int status = viewgeo_ovista_to_pixel_d(o.c, v.c, pan, tilt, &x, &y);
+        return py::make_tuple(status, x, y);
     });
 
     // The array form called directly on ready buffers, with the GIL

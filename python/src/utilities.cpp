@@ -113,7 +113,13 @@ fixed=True): the difference folded once across +-180, so in [0, 180] for
 pans less than 360 apart (more gives a negative value). Arrays broadcast.
 )doc");
 
-    m.def("great_circle", [](py::handle pan_a, py::handle tilt_a, py::handle pan_b, py::handle tilt_b, bool fixed) -> py::object {
+    m.def("great_circle", [](py::handle pan_a, py::handle tilt_a, py::handle pan_b, py::handle tilt_b, bool fixed, bool precise) -> py::object {
+        if (precise) {
+            if (fixed) throw py::value_error("precise=True has no fixed form");
+            const Broadcast a{{pan_a, Kind::Precise, "pan_a"}, {tilt_a, Kind::Precise, "tilt_a"}, {pan_b, Kind::Precise, "pan_b"}, {tilt_b, Kind::Precise, "tilt_b"}};
+            const double *p = a.data<double>(0), *t = a.data<double>(1), *q = a.data<double>(2), *u = a.data<double>(3);
+            return each_point<double>(a, [&](std::size_t i) { return viewgeo_get_great_circle_d(p[i], t[i], q[i], u[i]); });
+        }
         if (fixed) {
             const Broadcast a{{pan_a, Kind::Word, "pan_a"}, {tilt_a, Kind::Word, "tilt_a"}, {pan_b, Kind::Word, "pan_b"}, {tilt_b, Kind::Word, "tilt_b"}};
             const std::int32_t *p = a.data<std::int32_t>(0), *t = a.data<std::int32_t>(1), *q = a.data<std::int32_t>(2), *u = a.data<std::int32_t>(3);
@@ -122,10 +128,13 @@ pans less than 360 apart (more gives a negative value). Arrays broadcast.
         const Broadcast a{{pan_a, Kind::Real, "pan_a"}, {tilt_a, Kind::Real, "tilt_a"}, {pan_b, Kind::Real, "pan_b"}, {tilt_b, Kind::Real, "tilt_b"}};
         const float *p = a.data<float>(0), *t = a.data<float>(1), *q = a.data<float>(2), *u = a.data<float>(3);
         return each_point<float>(a, [&](std::size_t i) { return viewgeo_get_great_circle(p[i], t[i], q[i], u[i]); });
-    }, py::arg("pan_a"), py::arg("tilt_a"), py::arg("pan_b"), py::arg("tilt_b"), py::kw_only(), py::arg("fixed") = false, R"doc(
+    }, py::arg("pan_a"), py::arg("tilt_a"), py::arg("pan_b"), py::arg("tilt_b"), py::kw_only(), py::arg("fixed") = false, py::arg("precise") = false, R"doc(
 Angle in [0, 180] degrees between two pan/tilt directions (degrees, or Q16.16
 words with fixed=True). The cosine is not clamped: identical directions give
 0, about 1e-6 or NaN. Arrays broadcast.
+precise=True: float64 degrees in and out, from the arc tangent of the cross
+and dot products: exactly 0 for identical directions, exactly 180 for
+antipodes, NaN for a non-finite input. Not with fixed.
 )doc");
 
     m.def("zoom_magnification", [](py::handle fov_a, py::handle fov_b) {
@@ -164,17 +173,34 @@ one gives about 180 degrees, or NaN with a zero field). Arrays broadcast.
         return each_point<float>(a, [&](std::size_t i) { return viewgeo_wrap_pan(p[i]); });
     }, py::arg("pan"), "Pan (degrees) brought into [-180, 180] by one turn at most; beyond +-540 it stays outside.");
 
-    m.def("ptz_to_cartesian", [](py::handle pan, py::handle tilt) {
+    m.def("ptz_to_cartesian", [](py::handle pan, py::handle tilt, bool precise) {
+        if (precise) {
+            const Broadcast a{{pan, Kind::Precise, "pan"}, {tilt, Kind::Precise, "tilt"}};
+            const double *p = a.data<double>(0), *t = a.data<double>(1);
+            return each_point_n<double, 3>(a, [&](std::size_t i, std::array<double *, 3> &o) {
+                viewgeo_ptz_to_cartesian_d(p[i], t[i], &o[0][i], &o[1][i], &o[2][i]);
+            });
+        }
         const Broadcast a{{pan, Kind::Real, "pan"}, {tilt, Kind::Real, "tilt"}};
         const float *p = a.data<float>(0), *t = a.data<float>(1);
         return each_point_n<float, 3>(a, [&](std::size_t i, std::array<float *, 3> &o) {
             viewgeo_ptz_to_cartesian_f(p[i], t[i], &o[0][i], &o[1][i], &o[2][i]);
         });
-    }, py::arg("pan"), py::arg("tilt"), R"doc(
+    }, py::arg("pan"), py::arg("tilt"), py::kw_only(), py::arg("precise") = false, R"doc(
 Unit vector (x, y, z) of the direction pan/tilt (degrees): +x toward pan 0
 at tilt 0, +y toward pan 90, +z up. float32 results of double products.
+precise=True: float64 in and out; multiples of 90 degrees give exact 0 and
++-1, a non-finite input NaN components.
 )doc");
-    m.def("cartesian_to_ptz", [](py::handle x, py::handle y, py::handle z) {
+    m.def("cartesian_to_ptz", [](py::handle x, py::handle y, py::handle z, bool precise) {
+        if (precise) {
+            const Broadcast a{{x, Kind::Precise, "x"}, {y, Kind::Precise, "y"}, {z, Kind::Precise, "z"}};
+            const double *px = a.data<double>(0), *py_ = a.data<double>(1), *pz = a.data<double>(2);
+            return each_point_n<double, 2>(a, [&](std::size_t i, std::array<double *, 2> &o) {
+                // The library writes NaN itself where it has no answer.
+                viewgeo_cartesian_to_ptz_d(px[i], py_[i], pz[i], &o[0][i], &o[1][i]);
+            });
+        }
         const Broadcast a{{x, Kind::Real, "x"}, {y, Kind::Real, "y"}, {z, Kind::Real, "z"}};
         const float *px = a.data<float>(0), *py_ = a.data<float>(1), *pz = a.data<float>(2);
         return each_point_n<float, 2>(a, [&](std::size_t i, std::array<float *, 2> &o) {
@@ -183,10 +209,12 @@ at tilt 0, +y toward pan 90, +z up. float32 results of double products.
                 o[1][i] = std::numeric_limits<float>::quiet_NaN();
             }
         });
-    }, py::arg("x"), py::arg("y"), py::arg("z"), R"doc(
+    }, py::arg("x"), py::arg("y"), py::arg("z"), py::kw_only(), py::arg("precise") = false, R"doc(
 Pan (degrees, (-180, 180]) and tilt (degrees, [-90, 90]) of the vector
 (x, y, z), which need not be of unit length. A vector of length 0 or NaN
 gives NaN for both. Arrays broadcast.
+precise=True: float64 in and out, vectors of any length (huge and subnormal
+ones included); pan 0 straight up or down.
 )doc");
 }
 

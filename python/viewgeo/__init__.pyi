@@ -14,6 +14,7 @@ _Int = Union[int, np.integer, npt.NDArray[np.integer]]
 _Real = Union[float, int, np.floating, np.integer, npt.NDArray[np.floating], npt.NDArray[np.integer]]
 _F32 = Union[np.float32, npt.NDArray[np.float32]]
 _I32 = Union[np.int32, npt.NDArray[np.int32]]
+_F64 = Union[np.float64, npt.NDArray[np.float64]]
 _Bool = Union[np.bool_, npt.NDArray[np.bool_]]
 
 dtor_x: int
@@ -68,17 +69,33 @@ class Context:
         """(n, 3) int32: zoom, pan_steps, tilt_steps, all Q16.16."""
     def set_misalignment_data(self) -> None: ...
     @overload
-    def to_ptz(self, x: _Int, y: _Int, *, relative: bool = ..., fixed: Literal[False] = ...) -> Tuple[_F32, _F32]:
+    def to_ptz(
+        self, x: _Int, y: _Int, *, relative: bool = ..., fixed: Literal[False] = ..., precise: Literal[False] = ...
+    ) -> Tuple[_F32, _F32]:
         """Pan/tilt (degrees) that centres pixel (x, y)."""
     @overload
-    def to_ptz(self, x: _Int, y: _Int, *, relative: bool = ..., fixed: Literal[True]) -> Tuple[_I32, _I32]:
+    def to_ptz(
+        self, x: _Int, y: _Int, *, relative: bool = ..., fixed: Literal[True], precise: Literal[False] = ...
+    ) -> Tuple[_I32, _I32]:
         """Pan/tilt (Q16.16 words) that centres pixel (x, y)."""
     @overload
-    def to_pixel(self, pan: _Real, tilt: _Real, *, fixed: Literal[False] = ...) -> Tuple[_I32, _I32]:
+    def to_ptz(
+        self, x: _Real, y: _Real, *, relative: Literal[False] = ..., fixed: Literal[False] = ..., precise: Literal[True]
+    ) -> Tuple[_F64, _F64]:
+        """Pan/tilt (float64 degrees) of continuous pixel (x, y); NaN where there is none."""
+    @overload
+    def to_pixel(
+        self, pan: _Real, tilt: _Real, *, fixed: Literal[False] = ..., precise: Literal[False] = ...
+    ) -> Tuple[_I32, _I32]:
         """Pixel where pan/tilt (degrees) appears."""
     @overload
-    def to_pixel(self, pan: _Int, tilt: _Int, *, fixed: Literal[True]) -> Tuple[_I32, _I32]:
+    def to_pixel(self, pan: _Int, tilt: _Int, *, fixed: Literal[True], precise: Literal[False] = ...) -> Tuple[_I32, _I32]:
         """Pixel where pan/tilt (Q16.16 words) appears."""
+    @overload
+    def to_pixel(
+        self, pan: _Real, tilt: _Real, *, fixed: Literal[False] = ..., precise: Literal[True]
+    ) -> Tuple[_F64, _F64]:
+        """Continuous pixel (float64) where pan/tilt (degrees) appears; NaN where it does not."""
     def misalignment_offset(self, zoom: _Int, tilt: _Int) -> Tuple[_I32, _I32]:
         """(pan_offset, tilt_offset), Q16.16 words, at zoom and tilt (Q16.16 words)."""
     def compensate_misalignment(self, zoom: _Int, pan: _Int, tilt: _Int, *, add: bool = ...) -> Tuple[_I32, _I32]:
@@ -127,10 +144,22 @@ class OvistaContext:
     y_comp: Compensator
     def get_compensator(self, which: _Which) -> Compensator: ...
     def set_compensator(self, which: _Which, compensator: Compensator) -> None: ...
-    def to_ptz(self, view: Context, x: _Int, y: _Int, *, relative: bool = ...) -> Tuple[_F32, _F32]:
+    @overload
+    def to_ptz(
+        self, view: Context, x: _Int, y: _Int, *, relative: bool = ..., precise: Literal[False] = ...
+    ) -> Tuple[_F32, _F32]:
         """PTZ pan/tilt (degrees) of overview pixel (x, y)."""
-    def to_pixel(self, view: Context, pan: _Real, tilt: _Real) -> Tuple[_I32, _I32]:
+    @overload
+    def to_ptz(
+        self, view: Context, x: _Real, y: _Real, *, relative: Literal[False] = ..., precise: Literal[True]
+    ) -> Tuple[_F64, _F64]:
+        """PTZ pan/tilt (float64 degrees) of continuous overview pixel (x, y); NaN where there is none."""
+    @overload
+    def to_pixel(self, view: Context, pan: _Real, tilt: _Real, *, precise: Literal[False] = ...) -> Tuple[_I32, _I32]:
         """Overview pixel where PTZ pan/tilt (degrees) appears."""
+    @overload
+    def to_pixel(self, view: Context, pan: _Real, tilt: _Real, *, precise: Literal[True]) -> Tuple[_F64, _F64]:
+        """Continuous overview pixel (float64) where PTZ pan/tilt appears; NaN where it does not."""
     def save(self, path: Optional[str] = ...) -> None: ...
     def backup(self) -> None: ...
     def restore(self) -> None: ...
@@ -145,10 +174,18 @@ def pan_delta(pan_a: _Real, pan_b: _Real, *, fixed: Literal[False] = ...) -> _F3
 @overload
 def pan_delta(pan_a: _Int, pan_b: _Int, *, fixed: Literal[True]) -> _I32: ...
 @overload
-def great_circle(pan_a: _Real, tilt_a: _Real, pan_b: _Real, tilt_b: _Real, *, fixed: Literal[False] = ...) -> _F32:
+def great_circle(
+    pan_a: _Real, tilt_a: _Real, pan_b: _Real, tilt_b: _Real, *, fixed: Literal[False] = ..., precise: Literal[False] = ...
+) -> _F32:
     """Angle in [0, 180] degrees between two directions."""
 @overload
-def great_circle(pan_a: _Int, tilt_a: _Int, pan_b: _Int, tilt_b: _Int, *, fixed: Literal[True]) -> _I32: ...
+def great_circle(
+    pan_a: _Int, tilt_a: _Int, pan_b: _Int, tilt_b: _Int, *, fixed: Literal[True], precise: Literal[False] = ...
+) -> _I32: ...
+@overload
+def great_circle(
+    pan_a: _Real, tilt_a: _Real, pan_b: _Real, tilt_b: _Real, *, fixed: Literal[False] = ..., precise: Literal[True]
+) -> _F64: ...
 def zoom_magnification(fov_a: _Int, fov_b: _Int) -> _I32:
     """tan(fov_b/2) / tan(fov_a/2) as Q16.16; fields as Q16.16 words."""
 @overload
@@ -158,10 +195,16 @@ def zoom_fov(zoom_a: _Real, fov: _Real, zoom_b: _Real, *, fixed: Literal[False] 
 def zoom_fov(zoom_a: _Int, fov: _Int, zoom_b: _Int, *, fixed: Literal[True]) -> Tuple[_I32, _I32]: ...
 def wrap_pan(pan: _Real) -> _F32:
     """Pan brought into [-180, 180] by one turn at most."""
-def ptz_to_cartesian(pan: _Real, tilt: _Real) -> Tuple[_F32, _F32, _F32]:
+@overload
+def ptz_to_cartesian(pan: _Real, tilt: _Real, *, precise: Literal[False] = ...) -> Tuple[_F32, _F32, _F32]:
     """Unit vector (x, y, z) of pan/tilt (degrees)."""
-def cartesian_to_ptz(x: _Real, y: _Real, z: _Real) -> Tuple[_F32, _F32]:
+@overload
+def ptz_to_cartesian(pan: _Real, tilt: _Real, *, precise: Literal[True]) -> Tuple[_F64, _F64, _F64]: ...
+@overload
+def cartesian_to_ptz(x: _Real, y: _Real, z: _Real, *, precise: Literal[False] = ...) -> Tuple[_F32, _F32]:
     """Pan/tilt (degrees) of a vector; NaN for a zero or NaN vector."""
+@overload
+def cartesian_to_ptz(x: _Real, y: _Real, z: _Real, *, precise: Literal[True]) -> Tuple[_F64, _F64]: ...
 def set_remote_center(
     channel: int, center_pan: float, center_tilt: float, calibration_status: int = ..., auto_calibrated: int = ...
 ) -> None:

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/tool_test.h"
+#include "viewgeo.h"
 
 namespace viewgeo::testing {
 namespace {
@@ -169,6 +170,17 @@ TEST_F(Stream, AFailedWriteGivesTheSystemsReason) {
     const ToolResult r = run("remote set-center 1 0 0");
     expect_error(r, "cannot write /etc/viewgeo/remoteptz.conf", 1);
     EXPECT_THAT(r.err, HasSubstr("No such file or directory")) << "the reason, not only the system log";
+}
+
+TEST_F(Stream, VersionIsTheLoadedLibrarysOwnText) {
+    EXPECT_EQ(run("--version").out, std::string(viewgeo_version()) + "\n");
+}
+
+TEST_F(Stream, AFailedWriteNamesTheLibrarysFailedStep) {
+    root_.remove("/etc/viewgeo");
+    const ToolResult r = run("remote set-center 1 0 0");
+    EXPECT_EQ(r.status, 1);
+    EXPECT_THAT(r.err, HasSubstr("cannot write /etc/viewgeo/remoteptz.conf: lock /etc/viewgeo: No such file or directory"));
 }
 
 }  // namespace

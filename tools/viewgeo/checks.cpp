@@ -1,4 +1,5 @@
-// The ranges the tool accepts, why a file operation failed, and the version.
+// The ranges the tool accepts, why a file operation failed, and the version
+// of the library the tool runs with.
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -40,10 +41,13 @@ void check_channel(const std::string &option, int value, bool raw) {
     throw InvalidInput(option, "must be a channel number from -99999 to 999999, got " + std::to_string(value));
 }
 
-// The library logs the details of a failed file operation; the system's
-// reason is still in errno right after the call.
+// Why the library's last file operation failed: its own account (step, path
+// and the system's reason) or, when it has none, the system's reason still in
+// errno right after the call.
 std::string failure_reason() {
     const int error = errno;
+    const char *library = viewgeo_last_error();
+    if (library != nullptr && library[0] != '\0') return library;
     if (error == 0) return "";
     return std::strerror(error);
 }
@@ -53,6 +57,6 @@ FileError file_failure(const std::string &what) {
     return FileError(what + (reason.empty() ? " (see the system log)" : ": " + reason));
 }
 
-std::string tool_version() { return VIEWGEO_TOOL_VERSION; }
+std::string tool_version() { return viewgeo_version(); }
 
 }  // namespace viewgeo::tool

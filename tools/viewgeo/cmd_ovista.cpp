@@ -156,20 +156,22 @@ struct PictureOptions {
 // Every overview projection of the tool goes through these two, a block of
 // records at a time.
 void convert_ovista_to_ptz(const OvistaContext &ctx, const Context &view, bool relative, Block &block) {
+    if (!relative) {
+        viewgeo_ovista_to_ptz_f_array(ctx.get(), view.get(), block.size(), block.x.data(), block.y.data(),
+                                      block.pan.data(), block.tilt.data());
+        return;
+    }
+    // The relative form has no array twin in the library: point by point.
     for (std::size_t i = 0; i < block.size(); ++i) {
-        const Pixel pixel{block.x[i], block.y[i]};
-        const PanTilt pt = relative ? ctx.to_ptz_rel(view, pixel) : ctx.to_ptz(view, pixel);
+        const PanTilt pt = ctx.to_ptz_rel(view, Pixel{block.x[i], block.y[i]});
         block.pan[i] = pt.pan;
         block.tilt[i] = pt.tilt;
     }
 }
 
 void convert_ovista_to_pixel(const OvistaContext &ctx, const Context &view, Block &block) {
-    for (std::size_t i = 0; i < block.size(); ++i) {
-        const Pixel p = ctx.to_pixel(view, PanTilt{block.pan[i], block.tilt[i]});
-        block.x[i] = p.x;
-        block.y[i] = p.y;
-    }
+    viewgeo_ovista_to_pixel_f_array(ctx.get(), view.get(), block.size(), block.pan.data(), block.tilt.data(),
+                                    block.x.data(), block.y.data());
 }
 
 }  // namespace

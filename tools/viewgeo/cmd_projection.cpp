@@ -9,35 +9,38 @@ namespace {
 
 enum class Projection { ToPtz, ToPtzRel, ToPtzFixed, ToPtzRelFixed, ToPixel, ToPixelFixed };
 
-// Every projection of the tool goes through here, a block of records at a time.
+// Every projection of the tool goes through here, a block of records at a
+// time: one call of the library's array form per block.
 void convert_projection(const Context &ctx, Projection how, Block &block) {
-    for (std::size_t i = 0; i < block.size(); ++i) {
-        const Pixel pixel{block.x[i], block.y[i]};
-        switch (how) {
-            case Projection::ToPtz:
-            case Projection::ToPtzRel: {
-                const PanTilt pt = how == Projection::ToPtz ? ctx.to_ptz(pixel) : ctx.to_ptz_rel(pixel);
-                block.pan[i] = pt.pan;
-                block.tilt[i] = pt.tilt;
-                break;
+    const std::size_t n = block.size();
+    const viewgeo_context *c = ctx.get();
+    switch (how) {
+        case Projection::ToPtz:
+            viewgeo_to_ptz_f_array(c, n, block.x.data(), block.y.data(), block.pan.data(), block.tilt.data());
+            break;
+        case Projection::ToPtzRel:
+            viewgeo_to_ptz_f_rel_array(c, n, block.x.data(), block.y.data(), block.pan.data(), block.tilt.data());
+            break;
+        case Projection::ToPtzFixed:
+            viewgeo_to_ptz_x_array(c, n, block.x.data(), block.y.data(), block.pan_q16.data(), block.tilt_q16.data());
+            break;
+        case Projection::ToPtzRelFixed:
+            viewgeo_to_ptz_x_rel_array(c, n, block.x.data(), block.y.data(), block.pan_q16.data(),
+                                       block.tilt_q16.data());
+            break;
+        case Projection::ToPixel:
+            viewgeo_to_pixel_f_array(c, n, block.pan.data(), block.tilt.data(), block.x.data(), block.y.data());
+            break;
+        case Projection::ToPixelFixed:
+            // The angles are read as degrees and turned into Q16.16 words by the
+            // library's own rounding, as a single Q16.16 record would be.
+            for (std::size_t i = 0; i < n; ++i) {
+                block.pan_q16[i] = Q16::from_float(block.pan[i]).raw();
+                block.tilt_q16[i] = Q16::from_float(block.tilt[i]).raw();
             }
-            case Projection::ToPtzFixed:
-            case Projection::ToPtzRelFixed: {
-                const PanTiltQ16 pt = how == Projection::ToPtzFixed ? ctx.to_ptz_q16(pixel) : ctx.to_ptz_rel_q16(pixel);
-                block.pan_q16[i] = pt.pan.raw();
-                block.tilt_q16[i] = pt.tilt.raw();
-                break;
-            }
-            case Projection::ToPixel:
-            case Projection::ToPixelFixed: {
-                const Pixel p = how == Projection::ToPixel
-                                    ? ctx.to_pixel(PanTilt{block.pan[i], block.tilt[i]})
-                                    : ctx.to_pixel(PanTiltQ16{Q16::from_float(block.pan[i]), Q16::from_float(block.tilt[i])});
-                block.x[i] = p.x;
-                block.y[i] = p.y;
-                break;
-            }
-        }
+            viewgeo_to_pixel_x_array(c, n, block.pan_q16.data(), block.tilt_q16.data(), block.x.data(),
+                                     block.y.data());
+            break;
     }
 }
 

@@ -116,13 +116,13 @@ void check_tilt(const std::string &option, float value, bool raw);
 // A channel number the remote store can name: -99999 to 999999.
 void check_channel(const std::string &option, int value, bool raw);
 
-// Why the last file operation of the library failed, in the system's words;
-// called right after the failed call.
+// Why the last file operation of the library failed, in the library's words
+// (step, path, system's reason); called right after the failed call.
 std::string failure_reason();
 // The error for a failed file operation: `what` and the system's reason
 // (failure_reason()), or a pointer to the system log when there is none.
 FileError file_failure(const std::string &what);
-// The library's version, as built.
+// The version of the library the tool runs with.
 std::string tool_version();
 
 // Parses "WIDTHxHEIGHT"; throws CLI::ValidationError naming --size.
