@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <ostream>
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -75,6 +76,9 @@ struct WriteFailure {
     const char *message;  // what viewgeo_last_error() gives
     int skip = 0;         // calls of the kind that succeed first
 };
+
+// A case prints as the step it breaks (and not as raw bytes, padding included).
+void PrintTo(const WriteFailure &failure, std::ostream *os) { *os << failure.name; }
 
 class RemoteWriteStepFailure : public ::testing::TestWithParam<WriteFailure> {};
 
