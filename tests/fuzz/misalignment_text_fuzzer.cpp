@@ -1,7 +1,8 @@
 // The misalignment text compiler on arbitrary texts. The input holds the
 // mechanical text, a NUL, the optical text, a NUL, then raw words for the
 // rotation step counts and the queries run on the compiled table. The
-// result is checked against the C library's own scans of the same texts:
+// result is checked against a model of the same scans (numbers read as the
+// C library reads them, integers beyond the int range saturated):
 // 0 exactly when both texts scan, one entry per ";"-separated piece, each
 // entry from its piece and the halved mechanical offset.
 #include <cmath>
@@ -27,6 +28,24 @@ struct Piece {
     int tilt;
 };
 
+// An integer read as "%d" reads it (blanks, a sign, digits), except that
+// text beyond the int range saturates, as the library's reader documents.
+bool scan_int(const char *&at, int &out) {
+    char *after = nullptr;
+    const long long v = std::strtoll(at, &after, 10);
+    if (after == at) return false;
+    out = v > INT32_MAX ? INT32_MAX : v < INT32_MIN ? INT32_MIN : static_cast<int>(v);
+    at = after;
+    return true;
+}
+
+// "pan,tilt" as the mechanical text holds it.
+bool scan_pair(const char *at, int &pan, int &tilt) {
+    if (!scan_int(at, pan) || *at != ',') return false;
+    ++at;
+    return scan_int(at, tilt);
+}
+
 // Cuts at every ";", keeping empty pieces; false when a piece does not scan.
 bool scan_pieces(const std::string &text, std::vector<Piece> &pieces) {
     std::size_t start = 0;
@@ -34,7 +53,9 @@ bool scan_pieces(const std::string &text, std::vector<Piece> &pieces) {
         const std::size_t cut = text.find(';', start);
         const std::string piece = text.substr(start, cut == std::string::npos ? std::string::npos : cut - start);
         Piece p{};
-        if (std::sscanf(piece.c_str(), "%f,%d,%d", &p.zoom, &p.pan, &p.tilt) != 3) return false;
+        int used = 0;
+        if (std::sscanf(piece.c_str(), "%f%n", &p.zoom, &used) != 1 || piece[static_cast<std::size_t>(used)] != ',') return false;
+        if (!scan_pair(piece.c_str() + used + 1, p.pan, p.tilt)) return false;
         pieces.push_back(p);
         if (cut == std::string::npos) return true;
         start = cut + 1;
@@ -93,7 +114,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     std::vector<Piece> pieces;
     if (mech.empty() && opt.empty()) {
         FUZZ_CHECK(result == 0 && ctx->mo_table == nullptr && ctx->mo_count == 0);
-    } else if (std::sscanf(mech.c_str(), "%d,%d", &mech_pan, &mech_tilt) != 2) {
+    } else if (!scan_pair(mech.c_str(), mech_pan, mech_tilt)) {
         FUZZ_CHECK(result == -1 && ctx->mo_count == 2);  // the old table stays
     } else if (!scan_pieces(opt, pieces)) {
         FUZZ_CHECK(result == -1 && ctx->mo_table == nullptr && ctx->mo_count == 0);
