@@ -137,5 +137,14 @@ TEST_F(Precise, OverviewStreamsInEachDirection) {
     EXPECT_THAT(r.out, HasSubstr("\"tilt\": -90}"));
 }
 
+TEST_F(Precise, HelpNamesThePreciseFormsAndTheirOutput) {
+    EXPECT_THAT(run("--help").out, HasSubstr("--precise (to-ptz, to-pixel, ovista to-ptz/to-pixel)"));
+    for (const char *command : {"to-ptz", "to-pixel", "ovista to-ptz", "ovista to-pixel"}) {
+        EXPECT_THAT(run(std::string(command) + " --help").out,
+                    HasSubstr("shortest text that reads back as the same double"))
+            << command;
+    }
+}
+
 }  // namespace
 }  // namespace viewgeo::testing
