@@ -28,11 +28,11 @@ void check_range(const std::string &option, double value, double low, double hig
                                    bound(high) + (open_high ? ")" : "]") + ", got " + bound(value));
 }
 
-void check_pan(const std::string &option, float value, bool raw) {
+void check_pan(const std::string &option, double value, bool raw) {
     check_range(option, value, -360.0, 360.0, false, false, raw);
 }
 
-void check_tilt(const std::string &option, float value, bool raw) {
+void check_tilt(const std::string &option, double value, bool raw) {
     check_range(option, value, -180.0, 180.0, false, false, raw);
 }
 

@@ -23,7 +23,10 @@ namespace viewgeo::tool {
 namespace {
 
 constexpr float kCoarseStep = 1.0f;   // degrees between the first samples of a line
-constexpr double kTolerance = 0.5;    // pixels a drawn segment may leave the curve
+// Pixels a drawn segment may leave the curve: half a pixel, less the
+// rounding of the printed coordinates and a margin for the curve between
+// the points checked.
+constexpr double kTolerance = 0.45;
 constexpr double kCharWidth = 0.62;   // label width per character, in font sizes
 
 // A label's box, baseline at y + height.
@@ -39,14 +42,6 @@ struct Svg {
     int font = 20;
 };
 
-// Pan of `pan` relative to the camera, within [-180, 180].
-float pan_offset(float pan, float camera_pan) {
-    float d = pan - camera_pan;
-    while (d > 180.0f) d -= 360.0f;
-    while (d < -180.0f) d += 360.0f;
-    return d;
-}
-
 std::string number(double value) {
     char text[32];
     std::snprintf(text, sizeof text, "%g", value);
@@ -57,41 +52,54 @@ std::string number(double value) {
 // radius would shrink again and the line fold back.
 float lens_domain(const Context &ctx) {
     switch (ctx.get()->projection_type) {
-        case 0: return 90.0f;    // sine: the radius peaks at 90 degrees
+        // sine: the radius peaks at 90 degrees; a tenth of a degree short of
+        // it, so that a point printed to a thousandth of a pixel stays on
+        // the lens.
+        case 0: return 89.9f;
         case 1: return 179.0f;   // equidistant
         default: return 85.0f;   // rectilinear: the radius grows without bound towards 90
     }
 }
 
-// A sample of a line: its pixel, or none where the lens does not show it.
-struct Sample {
-    bool shown = false;
-    Pixel p{0, 0};
+// A direction in degrees, at the precision of the curve's parameter.
+struct Direction {
+    double pan = 0.0, tilt = 0.0;
 };
 
-template <typename Direction>
-Sample sample(const Context &ctx, Pixel size, float domain, Direction direction, float s) {
+// A point of the picture, in continuous pixel coordinates.
+struct Point {
+    double x = 0.0, y = 0.0;
+};
+
+// A sample of a line: its point, or none where the lens does not show it.
+struct Sample {
+    bool shown = false;
+    Point p;
+};
+
+// The lines are drawn from the precise projection: continuous positions, so
+// the drawn segments can be held within half a pixel of the curve itself.
+template <typename Curve>
+Sample sample(const Context &ctx, Pixel size, float domain, Curve direction, double s) {
     const PanTilt axis = ctx.pantilt();
-    const PanTilt d = direction(s);
-    const float off_axis = great_circle(axis, d);
-    // Near the horizon the projection holds the pan offset within 89
-    // degrees (kept for compatibility), which would pile every sample
-    // further round onto one column: such samples are not drawn.
-    const bool held = std::fabs(d.tilt) < 30.0f && std::fabs(pan_offset(d.pan, axis.pan)) > 89.0f;
-    if (!(off_axis < domain) || held) return {};
-    const Pixel p = ctx.to_pixel(d);
-    const bool near = p.x > -size.x && p.x < 2 * size.x && p.y > -size.y && p.y < 2 * size.y;
+    const Direction d = direction(s);
+    const double off_axis = viewgeo_get_great_circle_d(axis.pan, axis.tilt, d.pan, d.tilt);
+    if (!(off_axis < domain)) return {};
+    Point p;
+    if (viewgeo_to_pixel_d(ctx.get(), d.pan, d.tilt, &p.x, &p.y) != 0) return {};
+    const bool near = p.x > -size.x && p.x < 2.0 * size.x && p.y > -size.y && p.y < 2.0 * size.y;
     return {near, p};
 }
 
-double deviation(Pixel a, Pixel b, Pixel m) {
+// Distance of m from the segment a-b.
+double deviation(Point a, Point b, Point m) {
     const double dx = b.x - a.x, dy = b.y - a.y;
-    const double length = std::hypot(dx, dy);
-    if (length == 0.0) return std::hypot(m.x - a.x, m.y - a.y);
-    return std::fabs(dx * (m.y - a.y) - dy * (m.x - a.x)) / length;
+    const double length2 = dx * dx + dy * dy;
+    const double t = length2 == 0.0 ? 0.0 : std::clamp(((m.x - a.x) * dx + (m.y - a.y) * dy) / length2, 0.0, 1.0);
+    return std::hypot(m.x - (a.x + t * dx), m.y - (a.y + t * dy));
 }
 
-bool inside(Pixel p, Pixel size) { return p.x >= 0 && p.x <= size.x && p.y >= 0 && p.y <= size.y; }
+bool inside(Point p, Pixel size) { return p.x >= 0 && p.x <= size.x && p.y >= 0 && p.y <= size.y; }
 
 // Where a line crosses the frame: the edge (0 top, 1 right, 2 bottom,
 // 3 left) and the pixel.
@@ -103,19 +111,20 @@ struct Crossing {
 class Line {
 public:
     Line(Pixel size) : size_(size) {}
-    void move(Pixel p) { add(p, false); }
-    void draw(Pixel p) { add(p, true); }
+    void move(Point p) { add(p, false); }
+    void draw(Point p) { add(p, true); }
     const std::string &path() const { return path_; }
     const std::vector<Crossing> &crossings() const { return crossings_; }
     bool shown() const { return shown_; }
     // The first point drawn inside the frame: where a line that never meets
     // the frame is labelled.
-    Pixel first() const { return first_; }
+    Point first() const { return first_; }
 
 private:
-    void add(Pixel p, bool pen) {
-        char point[48];
-        std::snprintf(point, sizeof point, "%c%d %d ", pen ? 'L' : 'M', p.x, p.y);
+    void add(Point p, bool pen) {
+        // Thousandths of a pixel: the rounding stays far below the tolerance.
+        char point[64];
+        std::snprintf(point, sizeof point, "%c%.3f %.3f ", pen ? 'L' : 'M', p.x, p.y);
         path_ += point;
         const bool in = inside(p, size_);
         if (in && !shown_) first_ = p;
@@ -124,7 +133,7 @@ private:
         last_ = p;
     }
     // The point where the segment from `out` to `in` enters the frame.
-    void cross(Pixel out, Pixel in) {
+    void cross(Point out, Point in) {
         double t = 0.0;
         int edge = 0;
         const auto consider = [&](double from, double to, double limit, int which) {
@@ -140,29 +149,64 @@ private:
     }
 
     Pixel size_;
-    Pixel last_{0, 0};
-    Pixel first_{0, 0};
+    Point last_;
+    Point first_;
     std::string path_;
     std::vector<Crossing> crossings_;
     bool shown_ = false;
 };
 
+// The shown point of a line nearest to where it stops being shown: between
+// the shown parameter `shown` (point p) and the hidden one `hidden`.
+struct Edge {
+    double s;
+    Point p;
+};
+
+template <typename Curve>
+Edge edge(const Context &ctx, Pixel size, float domain, Curve direction, double shown, Point p, double hidden) {
+    Edge last{shown, p};
+    for (int k = 0; k < 40; ++k) {
+        const double mid = 0.5 * (last.s + hidden);
+        if (mid == last.s || mid == hidden) break;
+        const Sample t = sample(ctx, size, domain, direction, mid);
+        if (t.shown) {
+            last = {mid, t.p};
+        } else {
+            hidden = mid;
+        }
+    }
+    return last;
+}
+
 // Draws the curve between two shown samples, halving the step until the
-// chord keeps within the tolerance of the curve.
-template <typename Direction>
-void refine(const Context &ctx, Pixel size, float domain, Direction direction, float s0, Pixel p0, float s1,
-            Pixel p1, int depth, Line &line) {
-    const float sm = 0.5f * (s0 + s1);
+// curve at a quarter, half and three quarters of the step keeps within the
+// tolerance of the chord.
+template <typename Curve>
+void refine(const Context &ctx, Pixel size, float domain, Curve direction, double s0, Point p0, double s1,
+            Point p1, int depth, Line &line) {
+    const double sm = 0.5 * (s0 + s1);
     const Sample m = sample(ctx, size, domain, direction, sm);
     if (!m.shown) {
-        // The lens's domain ends between the samples: stop the line there.
-        if (depth < 20 && sm != s0 && sm != s1) {
-            refine(ctx, size, domain, direction, s0, p0, sm, p0, depth + 1, line);
+        // The lens's domain (or the neighbourhood of the picture) ends
+        // between the samples: the line stops at its last shown point and
+        // starts again, without a stroke, at the first one after the gap.
+        const Edge stop = edge(ctx, size, domain, direction, s0, p0, sm);
+        if (stop.s != s0) refine(ctx, size, domain, direction, s0, p0, stop.s, stop.p, depth + 1, line);
+        const Edge start = edge(ctx, size, domain, direction, s1, p1, sm);
+        if (start.s != s1) {
+            line.move(start.p);
+            refine(ctx, size, domain, direction, start.s, start.p, s1, p1, depth + 1, line);
         }
         return;
     }
-    const bool straight = deviation(p0, p1, m.p) <= kTolerance;
-    if ((straight && std::hypot(p1.x - p0.x, p1.y - p0.y) < 64.0) || depth >= 20 || sm == s0 || sm == s1) {
+    bool straight = deviation(p0, p1, m.p) <= kTolerance;
+    for (const double q : {0.25, 0.75}) {
+        if (!straight) break;
+        const Sample e = sample(ctx, size, domain, direction, s0 + q * (s1 - s0));
+        straight = e.shown && deviation(p0, p1, e.p) <= kTolerance;
+    }
+    if (straight || depth >= 30 || sm == s0 || sm == s1) {
         line.draw(p1);
         return;
     }
@@ -170,15 +214,15 @@ void refine(const Context &ctx, Pixel size, float domain, Direction direction, f
     refine(ctx, size, domain, direction, sm, m.p, s1, p1, depth + 1, line);
 }
 
-template <typename Direction>
-Line trace(const Context &ctx, Pixel size, float from, float to, Direction direction) {
+template <typename Curve>
+Line trace(const Context &ctx, Pixel size, float from, float to, Curve direction) {
     const float domain = lens_domain(ctx);
     Line line(size);
     Sample last;
-    float last_s = from;
+    double last_s = from;
     const int steps = static_cast<int>(std::ceil((to - from) / kCoarseStep));
     for (int i = 0; i <= steps; ++i) {
-        const float s = std::min(to, from + static_cast<float>(i) * kCoarseStep);
+        const double s = std::min<double>(to, from + static_cast<double>(i) * kCoarseStep);
         const Sample now = sample(ctx, size, domain, direction, s);
         if (now.shown && last.shown) {
             refine(ctx, size, domain, direction, last_s, last.p, s, now.p, 0, line);
@@ -198,7 +242,7 @@ int place_labels(const Line &line, const std::string &css, const std::string &te
     const double w = kCharWidth * f * static_cast<double>(text.size());
     int placed = 0;
     std::vector<Crossing> places = line.crossings();
-    if (places.empty()) places.push_back({-1, static_cast<double>(line.first().x), static_cast<double>(line.first().y)});
+    if (places.empty()) places.push_back({-1, line.first().x, line.first().y});
     for (const Crossing &c : places) {
         for (int k = 0; k < 9; ++k) {
             const double shift = (k % 2 == 0 ? 1 : -1) * ((k + 1) / 2) * f;
@@ -333,13 +377,12 @@ void add_grid_command(CLI::App &app, Session &session) {
         const float first_pan = std::ceil((axis.pan - 180.0f) / step) * step;
         for (int i = 0; first_pan + static_cast<float>(i) * step < axis.pan + 180.0f; ++i) {
             const float pan = first_pan + static_cast<float>(i) * step;
-            const float direction_pan = wrap_pan(pan);
-            const Line line = trace(ctx, size, -90.0f, 90.0f, [direction_pan](float t) { return PanTilt{direction_pan, t}; });
+            const Line line = trace(ctx, size, -90.0f, 90.0f, [pan](double t) { return Direction{pan, t}; });
             pan_lines += add_line(line, "pan", number(pan), "pan " + number(pan), size, svg);
         }
         for (float tilt = std::floor(-90.0f / step + 1.0f) * step; tilt < 90.0f; tilt += step) {
             const Line line = trace(ctx, size, axis.pan - 180.0f, axis.pan + 180.0f,
-                                    [tilt](float p) { return PanTilt{wrap_pan(p), tilt}; });
+                                    [tilt](double p) { return Direction{p, tilt}; });
             tilt_lines += add_line(line, "tilt", number(tilt), "tilt " + number(tilt), size, svg);
         }
         const std::string w = std::to_string(size.x);

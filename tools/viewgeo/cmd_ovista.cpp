@@ -169,7 +169,23 @@ void convert_ovista_to_ptz(const OvistaContext &ctx, const Context &view, bool r
     }
 }
 
-void convert_ovista_to_pixel(const OvistaContext &ctx, const Context &view, Block &block) {
+void convert_ovista_to_ptz_precise(const OvistaContext &ctx, const Context &view, Block &block) {
+    for (std::size_t i = 0; i < block.size(); ++i) {
+        if (viewgeo_ovista_to_ptz_d(ctx.get(), view.get(), block.x_d[i], block.y_d[i], &block.pan_d[i],
+                                    &block.tilt_d[i]) != 0)
+            block.failed[i] = 1, block.failure = kNoPreciseAnswer;
+    }
+}
+
+void convert_ovista_to_pixel(const OvistaContext &ctx, const Context &view, bool precise, Block &block) {
+    if (precise) {
+        for (std::size_t i = 0; i < block.size(); ++i) {
+            if (viewgeo_ovista_to_pixel_d(ctx.get(), view.get(), block.pan_d[i], block.tilt_d[i], &block.x_d[i],
+                                          &block.y_d[i]) != 0)
+                block.failed[i] = 1, block.failure = kNoPreciseAnswer;
+        }
+        return;
+    }
     viewgeo_ovista_to_pixel_f_array(ctx.get(), view.get(), block.size(), block.pan.data(), block.tilt.data(),
                                     block.x.data(), block.y.data());
 }
@@ -243,8 +259,8 @@ void add_ovista_commands(CLI::App &app, Session &session) {
 
     struct ToPtz {
         PictureOptions picture;
-        std::int32_t x = 0, y = 0;
-        bool relative = false;
+        std::string x, y;
+        bool relative = false, precise = false;
         CLI::Option *x_option = nullptr, *y_option = nullptr;
     };
     auto to_ptz = std::make_shared<ToPtz>();
@@ -253,29 +269,43 @@ void add_ovista_commands(CLI::App &app, Session &session) {
     to_ptz->x_option = ptz->add_option("x", to_ptz->x, "overview pixel column");
     to_ptz->y_option = ptz->add_option("y", to_ptz->y, "overview pixel row");
     ptz->add_flag("--rel", to_ptz->relative, "relative to the overview camera's axis");
+    ptz->add_flag("--precise", to_ptz->precise, std::string(kPreciseHelp) + "; applies --rot and --mirror");
     to_ptz->picture.add_to(*ptz);
     ptz->callback([to_ptz, &session] {
-        // The library applies rotation and mirroring only towards pixels:
-        // accepting them here would break a round trip.
-        if (to_ptz->picture.rot != 0 || to_ptz->picture.mirror) {
+        // The bit-exact form applies rotation and mirroring only towards
+        // pixels: accepting them here would break a round trip. The precise
+        // form turns and mirrors both ways.
+        if (!to_ptz->precise && (to_ptz->picture.rot != 0 || to_ptz->picture.mirror)) {
             throw InvalidInput(to_ptz->picture.mirror ? "--mirror" : "--rot",
-                               "applies only to ovista to-pixel; ovista to-ptz takes the picture as the lens sees it");
+                               "applies only to ovista to-pixel and to ovista to-ptz --precise; ovista to-ptz takes "
+                               "the picture as the lens sees it");
         }
+        check_precise(to_ptz->precise, "--rel", to_ptz->relative);
+        const bool precise = to_ptz->precise;
+        const Records records = precise ? Records::PrecisePixels : Records::Pixels;
+        std::optional<Block> one = given_record(session, to_ptz->x_option, to_ptz->y_option, records, to_ptz->x, to_ptz->y);
         const Context view = to_ptz->picture.view(session.raw);
-        const OvistaContext ctx = load_or_fail();
+        OvistaContext ctx = load_or_fail();
+        if (precise) to_ptz->picture.apply(ctx);
         const bool relative = to_ptz->relative;
         const Conversion conversion{
-            Records::Pixels,
-            Results::Angles,
-            [&](Block &block) { convert_ovista_to_ptz(ctx, view, relative, block); },
+            records,
+            precise ? Results::PreciseAngles : Results::Angles,
+            [&](Block &block) {
+                if (precise) {
+                    convert_ovista_to_ptz_precise(ctx, view, block);
+                } else {
+                    convert_ovista_to_ptz(ctx, view, relative, block);
+                }
+            },
             {}};
-        stream_or_one(session, to_ptz->x_option, to_ptz->y_option, conversion,
-                      pixel_record(to_ptz->x, to_ptz->y));
+        stream_or_one(session, conversion, std::move(one));
     });
 
     struct ToPixel {
         PictureOptions picture;
-        float pan = 0.0f, tilt = 0.0f;
+        std::string pan, tilt;
+        bool precise = false;
         CLI::Option *pan_option = nullptr, *tilt_option = nullptr;
     };
     auto to_pixel = std::make_shared<ToPixel>();
@@ -283,20 +313,22 @@ void add_ovista_commands(CLI::App &app, Session &session) {
         "to-pixel", "overview pixel where the PTZ direction PAN TILT appears; without PAN TILT, one per input line");
     to_pixel->pan_option = pixel->add_option("pan", to_pixel->pan, "PTZ pan, degrees");
     to_pixel->tilt_option = pixel->add_option("tilt", to_pixel->tilt, "PTZ tilt, degrees");
+    pixel->add_flag("--precise", to_pixel->precise, kPreciseHelp);
     to_pixel->picture.add_to(*pixel);
     pixel->callback([to_pixel, &session] {
-        check_pan("pan", to_pixel->pan, session.raw);
-        check_tilt("tilt", to_pixel->tilt, session.raw);
+        const bool precise = to_pixel->precise;
+        const Records records = precise ? Records::PreciseAngles : Records::Angles;
+        std::optional<Block> one = given_record(session, to_pixel->pan_option, to_pixel->tilt_option, records,
+                                                to_pixel->pan, to_pixel->tilt);
         const Context view = to_pixel->picture.view(session.raw);
         OvistaContext ctx = load_or_fail();
         to_pixel->picture.apply(ctx);
         const Conversion conversion{
-            Records::Angles,
-            Results::Pixels,
-            [&](Block &block) { convert_ovista_to_pixel(ctx, view, block); },
+            records,
+            precise ? Results::PrecisePixels : Results::Pixels,
+            [&](Block &block) { convert_ovista_to_pixel(ctx, view, precise, block); },
             {}};
-        stream_or_one(session, to_pixel->pan_option, to_pixel->tilt_option, conversion,
-                      angle_record(to_pixel->pan, to_pixel->tilt));
+        stream_or_one(session, conversion, std::move(one));
     });
 }
 

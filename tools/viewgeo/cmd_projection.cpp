@@ -7,7 +7,7 @@
 namespace viewgeo::tool {
 namespace {
 
-enum class Projection { ToPtz, ToPtzRel, ToPtzFixed, ToPtzRelFixed, ToPixel, ToPixelFixed };
+enum class Projection { ToPtz, ToPtzRel, ToPtzFixed, ToPtzRelFixed, ToPtzPrecise, ToPixel, ToPixelFixed, ToPixelPrecise };
 
 // Every projection of the tool goes through here, a block of records at a
 // time: one call of the library's array form per block.
@@ -27,6 +27,19 @@ void convert_projection(const Context &ctx, Projection how, Block &block) {
         case Projection::ToPtzRelFixed:
             viewgeo_to_ptz_x_rel_array(c, n, block.x.data(), block.y.data(), block.pan_q16.data(),
                                        block.tilt_q16.data());
+            break;
+        case Projection::ToPtzPrecise:
+            // The precise form has no array twin: point by point.
+            for (std::size_t i = 0; i < n; ++i) {
+                if (viewgeo_to_ptz_d(c, block.x_d[i], block.y_d[i], &block.pan_d[i], &block.tilt_d[i]) != 0)
+                    block.failed[i] = 1, block.failure = kNoPreciseAnswer;
+            }
+            break;
+        case Projection::ToPixelPrecise:
+            for (std::size_t i = 0; i < n; ++i) {
+                if (viewgeo_to_pixel_d(c, block.pan_d[i], block.tilt_d[i], &block.x_d[i], &block.y_d[i]) != 0)
+                    block.failed[i] = 1, block.failure = kNoPreciseAnswer;
+            }
             break;
         case Projection::ToPixel:
             viewgeo_to_pixel_f_array(c, n, block.pan.data(), block.tilt.data(), block.x.data(), block.y.data());
@@ -59,65 +72,59 @@ std::vector<std::pair<std::string, std::string>> describe_lens(const CameraOptio
     return {{"lens", lens.name}, {"lens_source", lens.source}};
 }
 
-Block pixel_record(std::int32_t x, std::int32_t y) {
-    Block one;
-    one.resize(1);
-    one.x[0] = x;
-    one.y[0] = y;
-    return one;
+std::optional<Block> given_record(const Session &session, const CLI::Option *first, const CLI::Option *second,
+                                  Records records, const std::string &first_text, const std::string &second_text) {
+    if (!coordinates_given(first, second, session)) return std::nullopt;
+    return command_line_record(records, first_text, second_text, session.raw);
 }
 
-Block angle_record(float pan, float tilt) {
-    Block one;
-    one.resize(1);
-    one.pan[0] = pan;
-    one.tilt[0] = tilt;
-    return one;
-}
-
-bool stream_or_one(Session &session, const CLI::Option *first, const CLI::Option *second, const Conversion &conversion,
-                   Block one) {
-    if (coordinates_given(first, second, session)) {
-        convert_one(session, conversion, one);
-        return true;
+void stream_or_one(Session &session, const Conversion &conversion, std::optional<Block> one) {
+    if (one) {
+        convert_one(session, conversion, *one);
+        return;
     }
     session.status = run_stream(session, conversion);
-    return false;
 }
 
 void add_projection_commands(CLI::App &app, Session &session) {
     struct ToPtz {
         CameraOptions camera;
-        std::int32_t x = 0, y = 0;
-        bool relative = false, fixed = false;
+        std::string x, y;
+        bool relative = false, fixed = false, precise = false;
         CLI::Option *x_option = nullptr, *y_option = nullptr;
     };
     auto to_ptz = std::make_shared<ToPtz>();
     CLI::App *ptz = app.add_subcommand(
         "to-ptz", "pan/tilt that brings pixel X Y to the centre; without X Y, one \"x y\" per input line");
-    to_ptz->x_option = ptz->add_option("x", to_ptz->x, "pixel column");
-    to_ptz->y_option = ptz->add_option("y", to_ptz->y, "pixel row");
+    to_ptz->x_option = ptz->add_option("x", to_ptz->x, "pixel column (continuous with --precise)");
+    to_ptz->y_option = ptz->add_option("y", to_ptz->y, "pixel row (continuous with --precise)");
     ptz->add_flag("--rel", to_ptz->relative, "movement relative to the camera's pan/tilt");
     ptz->add_flag("--fixed", to_ptz->fixed, "use the Q16.16 form");
+    ptz->add_flag("--precise", to_ptz->precise, kPreciseHelp);
     to_ptz->camera.add_to(*ptz);
     ptz->callback([to_ptz, &session] {
         to_ptz->camera.check(session.raw);
+        check_precise(to_ptz->precise, "--fixed", to_ptz->fixed);
+        check_precise(to_ptz->precise, "--rel", to_ptz->relative);
+        const Records records = to_ptz->precise ? Records::PrecisePixels : Records::Pixels;
+        std::optional<Block> one =
+            given_record(session, to_ptz->x_option, to_ptz->y_option, records, to_ptz->x, to_ptz->y);
         const Context ctx = to_ptz->camera.make_context();
-        const Projection how = to_ptz->fixed ? (to_ptz->relative ? Projection::ToPtzRelFixed : Projection::ToPtzFixed)
-                                             : (to_ptz->relative ? Projection::ToPtzRel : Projection::ToPtz);
+        const Projection how = to_ptz->precise ? Projection::ToPtzPrecise
+                               : to_ptz->fixed ? (to_ptz->relative ? Projection::ToPtzRelFixed : Projection::ToPtzFixed)
+                                               : (to_ptz->relative ? Projection::ToPtzRel : Projection::ToPtz);
         const Conversion conversion{
-            Records::Pixels,
-            to_ptz->fixed ? Results::AnglesQ16 : Results::Angles,
+            records,
+            to_ptz->precise ? Results::PreciseAngles : to_ptz->fixed ? Results::AnglesQ16 : Results::Angles,
             [&ctx, how](Block &block) { convert_projection(ctx, how, block); },
             describe_lens(to_ptz->camera, ctx)};
-        stream_or_one(session, to_ptz->x_option, to_ptz->y_option, conversion,
-                      pixel_record(to_ptz->x, to_ptz->y));
+        stream_or_one(session, conversion, std::move(one));
     });
 
     struct ToPixel {
         CameraOptions camera;
-        float pan = 0.0f, tilt = 0.0f;
-        bool fixed = false;
+        std::string pan, tilt;
+        bool fixed = false, precise = false;
         CLI::Option *pan_option = nullptr, *tilt_option = nullptr;
     };
     auto to_pixel = std::make_shared<ToPixel>();
@@ -126,20 +133,24 @@ void add_projection_commands(CLI::App &app, Session &session) {
     to_pixel->pan_option = pixel->add_option("pan", to_pixel->pan, "target pan, degrees");
     to_pixel->tilt_option = pixel->add_option("tilt", to_pixel->tilt, "target tilt, degrees");
     pixel->add_flag("--fixed", to_pixel->fixed, "use the Q16.16 form");
+    pixel->add_flag("--precise", to_pixel->precise, kPreciseHelp);
     to_pixel->camera.add_to(*pixel);
     pixel->callback([to_pixel, &session] {
         to_pixel->camera.check(session.raw);
-        check_pan("pan", to_pixel->pan, session.raw);
-        check_tilt("tilt", to_pixel->tilt, session.raw);
+        check_precise(to_pixel->precise, "--fixed", to_pixel->fixed);
+        const Records records = to_pixel->precise ? Records::PreciseAngles : Records::Angles;
+        std::optional<Block> one = given_record(session, to_pixel->pan_option, to_pixel->tilt_option, records,
+                                                to_pixel->pan, to_pixel->tilt);
         const Context ctx = to_pixel->camera.make_context();
-        const Projection how = to_pixel->fixed ? Projection::ToPixelFixed : Projection::ToPixel;
+        const Projection how = to_pixel->precise ? Projection::ToPixelPrecise
+                               : to_pixel->fixed ? Projection::ToPixelFixed
+                                                 : Projection::ToPixel;
         const Conversion conversion{
-            Records::Angles,
-            Results::Pixels,
+            records,
+            to_pixel->precise ? Results::PrecisePixels : Results::Pixels,
             [&ctx, how](Block &block) { convert_projection(ctx, how, block); },
             describe_lens(to_pixel->camera, ctx)};
-        stream_or_one(session, to_pixel->pan_option, to_pixel->tilt_option, conversion,
-                      angle_record(to_pixel->pan, to_pixel->tilt));
+        stream_or_one(session, conversion, std::move(one));
     });
 }
 

@@ -115,27 +115,28 @@ void add_remote_commands(CLI::App &app, Session &session) {
         CameraOptions camera;
         int channel = 0;
         std::int32_t x = 0, y = 0, width = 0;
-        float pan = 0.0f, tilt = 0.0f;
+        std::string first, second;  // a record given as text: x y, or pan tilt
     };
 
     auto point = std::make_shared<Point>();
     CLI::App *point_cmd = remote->add_subcommand(
         "point", "remote pan/tilt that looks at pixel X Y of the main picture; without X Y, one per input line");
     point_cmd->add_option("channel", point->channel, "channel number")->required();
-    CLI::Option *point_x = point_cmd->add_option("x", point->x, "pixel column");
-    CLI::Option *point_y = point_cmd->add_option("y", point->y, "pixel row");
+    CLI::Option *point_x = point_cmd->add_option("x", point->first, "pixel column");
+    CLI::Option *point_y = point_cmd->add_option("y", point->second, "pixel row");
     point->camera.add_to(*point_cmd, false);
     point_cmd->callback([point, point_x, point_y, &session] {
         check_channel("channel", point->channel, session.raw);
         point->camera.check(session.raw);
+        std::optional<Block> one =
+            given_record(session, point_x, point_y, Records::Pixels, point->first, point->second);
         const Context ctx = main_view_at_centre(point->camera, point->channel);
         const Conversion conversion{
             Records::Pixels,
             Results::AnglesQ16,
             [&ctx](Block &block) { convert_remote_point(ctx, block); },
             describe_lens(point->camera, ctx)};
-        stream_or_one(session, point_x, point_y, conversion,
-                      pixel_record(point->x, point->y));
+        stream_or_one(session, conversion, std::move(one));
     });
 
     auto zoom = std::make_shared<Point>();
@@ -155,14 +156,14 @@ void add_remote_commands(CLI::App &app, Session &session) {
     CLI::App *pixel_cmd = remote->add_subcommand(
         "to-pixel", "pixel of the main picture the remote camera sees at PAN TILT; without PAN TILT, one per input line");
     pixel_cmd->add_option("channel", to_pixel->channel, "channel number")->required();
-    CLI::Option *pixel_pan = pixel_cmd->add_option("pan", to_pixel->pan, "remote pan, degrees");
-    CLI::Option *pixel_tilt = pixel_cmd->add_option("tilt", to_pixel->tilt, "remote tilt, degrees");
+    CLI::Option *pixel_pan = pixel_cmd->add_option("pan", to_pixel->first, "remote pan, degrees");
+    CLI::Option *pixel_tilt = pixel_cmd->add_option("tilt", to_pixel->second, "remote tilt, degrees");
     to_pixel->camera.add_to(*pixel_cmd, false);
     pixel_cmd->callback([to_pixel, pixel_pan, pixel_tilt, &session] {
         check_channel("channel", to_pixel->channel, session.raw);
         to_pixel->camera.check(session.raw);
-        check_pan("pan", to_pixel->pan, session.raw);
-        check_tilt("tilt", to_pixel->tilt, session.raw);
+        std::optional<Block> one =
+            given_record(session, pixel_pan, pixel_tilt, Records::Angles, to_pixel->first, to_pixel->second);
         Context ctx = main_view_at_centre(to_pixel->camera, to_pixel->channel);
         const int channel = to_pixel->channel;
         const Conversion conversion{
@@ -170,8 +171,7 @@ void add_remote_commands(CLI::App &app, Session &session) {
             Results::Pixels,
             [&ctx, channel](Block &block) { convert_remote_to_pixel(ctx, channel, block); },
             describe_lens(to_pixel->camera, ctx)};
-        stream_or_one(session, pixel_pan, pixel_tilt, conversion,
-                      angle_record(to_pixel->pan, to_pixel->tilt));
+        stream_or_one(session, conversion, std::move(one));
     });
 
     auto panorama = std::make_shared<Point>();

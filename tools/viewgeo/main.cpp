@@ -25,6 +25,8 @@ std::unique_ptr<CLI::App> make_app(Session &session, bool allow_batch, bool &bat
     app->fallthrough();
     app->footer(
         "Conversion commands given no coordinates read one record per line from standard input or --input.\n"
+        "--precise (to-ptz, to-pixel, ovista to-ptz/to-pixel): continuous pixels and double angles, printed\n"
+        "in the shortest text that reads back as the same double; no answer is an error (status 1).\n"
         "Exit status: 0 success, 1 an operation failed (a file, a calibration), 2 usage or invalid input.");
     app->set_version_flag("--version", tool_version(), "print the library's version and exit");
     app->add_flag("--json,--jsonl", session.json, "print results as JSON, one object per line");

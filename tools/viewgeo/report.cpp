@@ -1,4 +1,6 @@
+#include <charconv>
 #include <cinttypes>
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -35,6 +37,21 @@ std::string json_string(const std::string &text) {
 }
 
 }  // namespace
+
+char *shortest_text(double value, char (&buffer)[kShortestLength]) {
+    if (!std::isfinite(value)) {
+        static constexpr char null[] = "null";
+        return std::copy(null, null + 4, buffer);
+    }
+    return std::to_chars(buffer, buffer + kShortestLength, value).ptr;
+}
+
+Report &Report::add_shortest(const std::string &name, double value) {
+    char buffer[kShortestLength];
+    const std::string text(buffer, shortest_text(value, buffer));
+    fields_.push_back({name, text, text});
+    return *this;
+}
 
 Report &Report::add(const std::string &name, double value, int decimals) {
     char fmt[16];

@@ -55,6 +55,8 @@ public:
     Report &add(const std::string &name, double value, int decimals = 6);
     Report &add_int(const std::string &name, std::int64_t value);
     Report &add_text(const std::string &name, const std::string &value);
+    // A precise result: the shortest text that reads back as the same double.
+    Report &add_shortest(const std::string &name, double value);
     // A Q16.16 word: its value in degrees and, in the text form, the word.
     Report &add_q16(const std::string &name, Q16 value);
     std::string text() const;
@@ -111,8 +113,8 @@ public:
 void check_range(const std::string &option, double value, double low, double high, bool open_low, bool open_high,
                  bool raw);
 // Pan within [-360, 360] and tilt within [-180, 180], finite.
-void check_pan(const std::string &option, float value, bool raw);
-void check_tilt(const std::string &option, float value, bool raw);
+void check_pan(const std::string &option, double value, bool raw);
+void check_tilt(const std::string &option, double value, bool raw);
 // A channel number the remote store can name: -99999 to 999999.
 void check_channel(const std::string &option, int value, bool raw);
 
@@ -124,6 +126,11 @@ std::string failure_reason();
 FileError file_failure(const std::string &what);
 // The version of the library the tool runs with.
 std::string tool_version();
+
+// Writes the shortest text that reads back as `value` ("null" for a value
+// JSON cannot hold) and returns its end.
+constexpr std::size_t kShortestLength = 32;
+char *shortest_text(double value, char (&buffer)[kShortestLength]);
 
 // Parses "WIDTHxHEIGHT"; throws CLI::ValidationError naming --size.
 std::pair<std::int32_t, std::int32_t> parse_size(const std::string &text);

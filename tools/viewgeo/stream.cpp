@@ -1,5 +1,6 @@
 #include "stream.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -51,6 +52,12 @@ public:
         const auto r = std::to_chars(buffer, buffer + sizeof buffer, value);
         text_.append(buffer, r.ptr);
     }
+    // The shortest text that reads back as the same double (a precise
+    // result); null for what JSON cannot hold.
+    void shortest(double value) {
+        char buffer[kShortestLength];
+        text_.append(buffer, shortest_text(value, buffer));
+    }
     void json_string(std::string_view s) {
         text_.push_back('"');
         for (const char c : s) {
@@ -86,6 +93,8 @@ private:
     std::FILE *file_;
     std::string text_;
 };
+
+bool pixels(Records records) { return records == Records::Pixels || records == Records::PrecisePixels; }
 
 bool separator(char c) { return c == ' ' || c == '\t' || c == ',' || c == '\r'; }
 
@@ -125,14 +134,14 @@ class Stream {
 public:
     Stream(const Session &session, const Conversion &conversion, std::FILE *out)
         : format_(format_of(session)), raw_(session.raw), conversion_(conversion), out_(out) {
-        if (conversion.records == Records::Pixels) {
+        if (pixels(conversion.records)) {
             inputs_[0] = "x", inputs_[1] = "y";
         } else {
             inputs_[0] = "pan", inputs_[1] = "tilt";
         }
-        if (conversion.results == Results::Pixels) {
+        if (conversion.results == Results::Pixels || conversion.results == Results::PrecisePixels) {
             results_ = {"x", "y"};
-        } else if (conversion.results == Results::Angles) {
+        } else if (conversion.results == Results::Angles || conversion.results == Results::PreciseAngles) {
             results_ = {"pan", "tilt"};
         } else {
             results_ = {"pan", "tilt", "pan_q16", "tilt_q16"};
@@ -151,6 +160,8 @@ public:
     void lines(std::string_view text) {
         entries_.clear();
         std::size_t records = 0;
+        // Room for a record on every line; records are read straight into it.
+        block_.resize(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
         while (!text.empty()) {
             const std::size_t end = text.find('\n');
             std::string_view line = text.substr(0, end);
@@ -159,16 +170,6 @@ public:
             entries_.push_back(read(line, ++line_, records));
         }
         block_.resize(records);
-        for (const Entry &e : entries_) {
-            if (e.kind != Entry::Record) continue;
-            if (conversion_.records == Records::Pixels) {
-                parse_number(e.fields[0], block_.x[e.index]);
-                parse_number(e.fields[1], block_.y[e.index]);
-            } else {
-                parse_number(e.fields[0], block_.pan[e.index]);
-                parse_number(e.fields[1], block_.tilt[e.index]);
-            }
-        }
         if (records > 0) conversion_.convert(block_);
         for (const Entry &e : entries_) write(e);
     }
@@ -188,31 +189,10 @@ private:
             e.reason = "expected 2 fields (" + std::string(inputs_[0]) + " " + inputs_[1] + "), got " + std::to_string(n);
             return e;
         }
-        for (int i = 0; i < 2; ++i) {
-            if (conversion_.records == Records::Pixels) {
-                std::int32_t v = 0;
-                if (!parse_number(e.fields[i], v)) {
-                    e.kind = Entry::Bad;
-                    e.reason = std::string(inputs_[i]) + ": expected a whole pixel number, got '" +
-                               std::string(e.fields[i]) + "'";
-                    return e;
-                }
-            } else {
-                float v = 0.0f;
-                if (!parse_number(e.fields[i], v)) {
-                    e.kind = Entry::Bad;
-                    e.reason = std::string(inputs_[i]) + ": expected a number, got '" + std::string(e.fields[i]) + "'";
-                    return e;
-                }
-                try {
-                    if (i == 0) check_pan("pan", v, raw_);
-                    if (i == 1) check_tilt("tilt", v, raw_);
-                } catch (const CLI::Error &error) {
-                    e.kind = Entry::Bad;
-                    e.reason = error.what();
-                    return e;
-                }
-            }
+        e.reason = read_record(conversion_.records, e.fields[0], e.fields[1], raw_, block_, records);
+        if (!e.reason.empty()) {
+            e.kind = Entry::Bad;
+            return e;
         }
         e.kind = Entry::Record;
         e.index = records++;
@@ -259,6 +239,14 @@ private:
                 result(results_[2]), out_.integer(block_.pan_q16[i]);
                 result(results_[3]), out_.integer(block_.tilt_q16[i]);
                 break;
+            case Results::PrecisePixels:
+                result(results_[0]), out_.shortest(block_.x_d[i]);
+                result(results_[1]), out_.shortest(block_.y_d[i]);
+                break;
+            case Results::PreciseAngles:
+                result(results_[0]), out_.shortest(block_.pan_d[i]);
+                result(results_[1]), out_.shortest(block_.tilt_d[i]);
+                break;
         }
         for (const auto &[name, value] : conversion_.about) {
             result(name.c_str());
@@ -279,10 +267,12 @@ private:
         if (format_ == Format::Json) {
             for (int k = 0; k < 2; ++k) {
                 out_ << ", \"" << inputs_[k] << "\": ";
-                if (conversion_.records == Records::Pixels) {
-                    out_.integer(k == 0 ? block_.x[e.index] : block_.y[e.index]);
-                } else {
-                    out_.json_number(k == 0 ? block_.pan[e.index] : block_.tilt[e.index]);
+                const std::size_t i = e.index;
+                switch (conversion_.records) {
+                    case Records::Pixels: out_.integer(k == 0 ? block_.x[i] : block_.y[i]); break;
+                    case Records::Angles: out_.json_number(k == 0 ? block_.pan[i] : block_.tilt[i]); break;
+                    case Records::PrecisePixels: out_.shortest(k == 0 ? block_.x_d[i] : block_.y_d[i]); break;
+                    case Records::PreciseAngles: out_.shortest(k == 0 ? block_.pan_d[i] : block_.tilt_d[i]); break;
                 }
             }
             return;
@@ -348,6 +338,67 @@ private:
 
 }  // namespace
 
+std::string read_record(Records records, std::string_view first, std::string_view second, bool raw, Block &block,
+                        std::size_t i) {
+    const std::string_view fields[2] = {first, second};
+    const char *names[2] = {"x", "y"};
+    if (!pixels(records)) names[0] = "pan", names[1] = "tilt";
+    for (int k = 0; k < 2; ++k) {
+        const std::string got = "got '" + std::string(fields[k]) + "'";
+        bool read = false;
+        double value = 0.0;
+        switch (records) {
+            case Records::Pixels:
+                if (!parse_number(fields[k], (k == 0 ? block.x : block.y)[i]))
+                    return std::string(names[k]) + ": expected a whole pixel number, " + got;
+                continue;
+            case Records::Angles:
+                read = parse_number(fields[k], (k == 0 ? block.pan : block.tilt)[i]);
+                value = (k == 0 ? block.pan : block.tilt)[i];
+                break;
+            case Records::PrecisePixels:
+                read = parse_number(fields[k], (k == 0 ? block.x_d : block.y_d)[i]);
+                value = (k == 0 ? block.x_d : block.y_d)[i];
+                break;
+            case Records::PreciseAngles:
+                read = parse_number(fields[k], (k == 0 ? block.pan_d : block.tilt_d)[i]);
+                value = (k == 0 ? block.pan_d : block.tilt_d)[i];
+                break;
+        }
+        if (!read) return std::string(names[k]) + ": expected a number, " + got;
+        if (pixels(records)) {
+            // A continuous pixel may lie anywhere, off the picture too.
+            if (!raw && !std::isfinite(value)) return std::string(names[k]) + ": must be a finite number, " + got;
+            continue;
+        }
+        try {
+            if (k == 0) {
+                check_pan(names[k], value, raw);
+            } else {
+                check_tilt(names[k], value, raw);
+            }
+        } catch (const CLI::Error &error) {
+            return error.what();
+        }
+    }
+    return {};
+}
+
+Block command_line_record(Records records, const std::string &first, const std::string &second, bool raw) {
+    Block one;
+    one.resize(1);
+    const std::string reason = read_record(records, first, second, raw, one, 0);
+    if (!reason.empty()) {
+        const std::size_t colon = reason.find(": ");
+        throw InvalidInput(reason.substr(0, colon), reason.substr(colon + 2));
+    }
+    return one;
+}
+
+void check_precise(bool precise, const char *option, bool given) {
+    if (precise && given) throw InvalidInput("--precise", std::string("has no form with ") + option);
+}
+
 Format format_of(const Session &session) {
     return session.json ? Format::Json : session.csv ? Format::Csv : Format::Plain;
 }
@@ -407,6 +458,12 @@ void convert_one(Session &session, const Conversion &conversion, Block &block) {
             break;
         case Results::AnglesQ16:
             report.add_q16("pan", Q16::from_raw(block.pan_q16[0])).add_q16("tilt", Q16::from_raw(block.tilt_q16[0]));
+            break;
+        case Results::PrecisePixels:
+            report.add_shortest("x", block.x_d[0]).add_shortest("y", block.y_d[0]);
+            break;
+        case Results::PreciseAngles:
+            report.add_shortest("pan", block.pan_d[0]).add_shortest("tilt", block.tilt_d[0]);
             break;
     }
     for (const auto &[name, value] : conversion.about) report.add_text(name, value);

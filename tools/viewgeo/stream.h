@@ -4,7 +4,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "session.h"
@@ -13,23 +15,28 @@ namespace viewgeo::tool {
 
 // A block of records converted together. Inputs are either pixels (x, y) or
 // directions (pan, tilt); the conversion fills the other pair, or the Q16.16
-// words, and marks the records it could not convert.
+// words, and marks the records it could not convert. The precise forms use
+// the double fields: continuous pixels and angles.
 struct Block {
     std::vector<std::int32_t> x, y;
     std::vector<float> pan, tilt;
     std::vector<std::int32_t> pan_q16, tilt_q16;
+    std::vector<double> x_d, y_d, pan_d, tilt_d;
     std::vector<unsigned char> failed;  // 1: no result for this record
     std::string failure;                // why, for every failed record
 
     void resize(std::size_t n) {
         x.resize(n), y.resize(n), pan.resize(n), tilt.resize(n), pan_q16.resize(n), tilt_q16.resize(n);
+        x_d.resize(n), y_d.resize(n), pan_d.resize(n), tilt_d.resize(n);
         failed.assign(n, 0);
     }
     std::size_t size() const { return failed.size(); }
 };
 
-enum class Records { Pixels, Angles };      // what each input line holds
-enum class Results { Pixels, Angles, AnglesQ16 };  // what the conversion gives
+// What each input line holds, and what the conversion gives: whole pixels
+// and float angles, or (Precise) continuous pixels and double angles.
+enum class Records { Pixels, Angles, PrecisePixels, PreciseAngles };
+enum class Results { Pixels, Angles, AnglesQ16, PrecisePixels, PreciseAngles };
 
 struct Conversion {
     Records records = Records::Pixels;
@@ -51,6 +58,12 @@ int run_stream(const Session &session, const Conversion &conversion);
 // and printed as a report.
 void convert_one(Session &session, const Conversion &conversion, Block &block);
 
+// Reads a record's two fields into place `i` of the block, checking them as
+// the command line's values are checked (`raw` skips the ranges). Empty
+// when they read, else why not ("y: expected a whole pixel number, got 'abc'").
+std::string read_record(Records records, std::string_view first, std::string_view second, bool raw, Block &block,
+                        std::size_t i);
+
 // Which format the session asks for.
 Format format_of(const Session &session);
 
@@ -61,14 +74,29 @@ namespace viewgeo::tool {
 // The "lens" and "lens_source" fields of a conversion's results.
 std::vector<std::pair<std::string, std::string>> describe_lens(const CameraOptions &camera, const Context &ctx);
 
-// Converts the record on the command line when both coordinates are given
-// (`one` holds it), else runs the stream and keeps its status in the
-// session. One coordinate alone is a usage error. True for the single record.
-bool stream_or_one(Session &session, const CLI::Option *first, const CLI::Option *second, const Conversion &conversion,
-                   Block one);
+// The record on the command line when both coordinates are given (their
+// texts, read as `records`; a record that does not read is invalid input,
+// status 2), none when neither is (the records come from a stream). One
+// coordinate alone is a usage error.
+std::optional<Block> given_record(const Session &session, const CLI::Option *first, const CLI::Option *second,
+                                  Records records, const std::string &first_text, const std::string &second_text);
 
-// A block of one record given on the command line.
-Block pixel_record(std::int32_t x, std::int32_t y);
-Block angle_record(float pan, float tilt);
+// Converts the record on the command line, or runs the stream and keeps its
+// status in the session.
+void stream_or_one(Session &session, const Conversion &conversion, std::optional<Block> one);
+
+// A block of one record given on the command line as text; a record that
+// does not read is invalid input (status 2).
+Block command_line_record(Records records, const std::string &first, const std::string &second, bool raw);
+
+// Rejects --precise beside an option that has no precise form (status 2).
+void check_precise(bool precise, const char *option, bool given);
+
+// The help of every --precise flag.
+constexpr const char *kPreciseHelp =
+    "use the precise form: continuous pixels and double angles, printed in the shortest text that reads back "
+    "as the same double";
+// The reason of a precise conversion without an answer.
+constexpr const char *kNoPreciseAnswer = "no answer: outside the lens's domain";
 
 }  // namespace viewgeo::tool

@@ -22,15 +22,15 @@ _viewgeo() {
         COMPREPLY=($(compgen -W "to-ptz to-pixel pan-delta great-circle zoom-fov magnification wrap-pan mo-offset
             mo-compensate grid ovista remote batch help $global" -- "$cur"))
         return ;;
-    to-ptz) options="$camera --rel --fixed" ;;
-    to-pixel) options="$camera --fixed" ;;
+    to-ptz) options="$camera --rel --fixed --precise" ;;
+    to-pixel) options="$camera --fixed --precise" ;;
     grid) options="$camera --svg --png --over --step" ;;
     mo-offset | mo-compensate) options="--zoom --pan --tilt --remove --optical --mechanical --pan-steps --tilt-steps" ;;
     ovista)
         if [[ -z $sub ]]; then
             COMPREPLY=($(compgen -W "show set save backup restore to-ptz to-pixel" -- "$cur")); return
         fi
-        options="--size --rot --mirror --rel --defaults-if-missing" ;;
+        options="--size --rot --mirror --rel --precise --defaults-if-missing" ;;
     remote)
         if [[ -z $sub ]]; then
             COMPREPLY=($(compgen -W "set-center get-center point zoom to-pixel panorama" -- "$cur")); return
