@@ -58,19 +58,13 @@ float great_circle_f(float pan_a, float tilt_a, float pan_b, float tilt_b) {
 
 q16 great_circle_x(q16 pan_a, q16 tilt_a, q16 pan_b, q16 tilt_b) {
     const q16 dp = pan_delta_x(pan_a, pan_b);
-    const q16 ta = q16_deg_to_rad(tilt_a);
-    const q16 tb = q16_deg_to_rad(tilt_b);
-    const q16 pr = q16_deg_to_rad(dp);
-    const q16 c_a = fixmath::cosx(ta, 16);
-    const q16 c_b = fixmath::cosx(tb, 16);
-    const q16 c_p = fixmath::cosx(pr, 16);
-    const q16 s_a = fixmath::sinx(ta, 16);
-    const q16 s_b = fixmath::sinx(tb, 16);
-    const q16 m = q16_mul(c_a, c_b);
-    const q16 n = q16_mul(s_a, s_b);
+    const fixmath::SinCos a = fixmath::sincosx(q16_deg_to_rad(tilt_a));
+    const fixmath::SinCos b = fixmath::sincosx(q16_deg_to_rad(tilt_b));
+    const q16 c_p = fixmath::cosx(q16_deg_to_rad(dp), 16);
+    const q16 m = q16_mul(a.cos, b.cos);
+    const q16 n = q16_mul(a.sin, b.sin);
     // The sum can stray a few units past +-1.0; the arc cosine clamps it.
-    const q16 a = fixmath::acosx(wrap_add(q16_mul(c_p, m), n), 16);
-    return q16_rad_to_deg(a);
+    return q16_rad_to_deg(fixmath::acosx(wrap_add(q16_mul(c_p, m), n), 16));
 }
 
 }  // namespace viewgeo

@@ -36,21 +36,14 @@ std::int32_t default_projection_type() {
 }
 
 viewgeo_context *allocate_context(std::int32_t projection_type) {
-    // calloc also clears the fields a caller must set before projecting, so
-    // a forgotten setter gives zeros rather than leftover memory.
     auto *ctx = static_cast<viewgeo_context *>(std::calloc(1, sizeof(viewgeo_context)));
     if (ctx == nullptr) return nullptr;
-    ctx->pic_rot = 0;
-    ctx->vert_fov_set = false;
-    ctx->dewarp_status = 0;
+    // Every field zero, false or null: rotation 0, the vertical field derived
+    // from the aspect, dewarp 0, no misalignment data and none read yet. The
+    // fields a caller must set before projecting are zeros too, so a
+    // forgotten setter gives zeros rather than leftover memory.
+    *ctx = viewgeo_context{};
     ctx->projection_type = projection_type;
-    ctx->mo_table = nullptr;
-    ctx->mo_opt_offset = nullptr;
-    ctx->mo_mech_offset = nullptr;
-    ctx->mo_count = 0;
-    ctx->pan_rotation_steps = 0;
-    ctx->tilt_rotation_steps = 0;
-    ctx->mo_state = 0;
     return ctx;
 }
 

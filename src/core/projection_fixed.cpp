@@ -109,19 +109,12 @@ PixelViewX prepare_pixel_view_x(const viewgeo_context &ctx) {
     view.camera_tilt_cos = cos_x(c_rad);
     view.camera_tilt_sin = sin_x(c_rad);
     view.picture = picture_of(ctx);
-    // Fields of view; a zero one has no geometry.
-    const q16 vfov = vertical_fov_x(ctx);
-    const q16 hfov = ctx.horiz_fov;
-    view.degenerate = vfov == 0 || hfov == 0;
-    if (view.degenerate) {
+    finish_pixel_view(
+        view, vertical_fov_x(ctx), ctx.horiz_fov,
         // The centre as a Q16.16 value, not shifted down to whole pixels and
         // not rotated: callers rely on this form, so it is kept.
-        view.centre = {q16_mul(pixels_to_q16(ctx.pic_width), kQ16Half), q16_mul(pixels_to_q16(ctx.pic_height), kQ16Half)};
-        return view;
-    }
-    // Lens values of the half fields of view.
-    view.lens_half_h = half_fov_lens_value(ctx.projection_type, hfov);
-    view.lens_half_v = half_fov_lens_value(ctx.projection_type, vfov);
+        [&] { return Pixel{q16_mul(pixels_to_q16(ctx.pic_width), kQ16Half), q16_mul(pixels_to_q16(ctx.pic_height), kQ16Half)}; },
+        [&](q16 fov) { return half_fov_lens_value(ctx.projection_type, fov); });
     return view;
 }
 
@@ -294,31 +287,6 @@ using namespace viewgeo;
 
 extern "C" {
 
-VIEWGEO_API void viewgeo_to_pixel_x(const viewgeo_context *ctx, int32_t *x, int32_t *y, int32_t pan, int32_t tilt) {
-    store(pixel_of_direction_x(prepare_pixel_view_x(*ctx), pan, tilt), x, y);
-}
-
-VIEWGEO_API void viewgeo_to_ptz_x(const viewgeo_context *ctx, int32_t *pan, int32_t *tilt, int32_t x, int32_t y) {
-    store(direction_of_pixel_x(prepare_direction_view_x(*ctx), x, y), pan, tilt);
-}
-
-VIEWGEO_API void viewgeo_to_ptz_x_rel(const viewgeo_context *ctx, int32_t *pan, int32_t *tilt, int32_t x, int32_t y) {
-    store(movement_of_pixel_x(prepare_movement_view_x(*ctx), x, y), pan, tilt);
-}
-
-VIEWGEO_API void viewgeo_to_pixel_x_array(const viewgeo_context *ctx, size_t n, const int32_t *pan, const int32_t *tilt,
-                                          int32_t *x, int32_t *y) {
-    project_each(prepare_pixel_view_x(*ctx), n, pan, tilt, x, y, pixel_of_direction_x);
-}
-
-VIEWGEO_API void viewgeo_to_ptz_x_array(const viewgeo_context *ctx, size_t n, const int32_t *x, const int32_t *y,
-                                        int32_t *pan, int32_t *tilt) {
-    project_each(prepare_direction_view_x(*ctx), n, x, y, pan, tilt, direction_of_pixel_x);
-}
-
-VIEWGEO_API void viewgeo_to_ptz_x_rel_array(const viewgeo_context *ctx, size_t n, const int32_t *x, const int32_t *y,
-                                            int32_t *pan, int32_t *tilt) {
-    project_each(prepare_movement_view_x(*ctx), n, x, y, pan, tilt, movement_of_pixel_x);
-}
+VIEWGEO_PROJECTION_ENTRY_POINTS(x, int32_t)
 
 }  // extern "C"

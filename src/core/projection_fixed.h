@@ -12,33 +12,28 @@
 
 namespace viewgeo {
 
-// The view, prepared for finding the pixels of directions.
-struct PixelViewX {
+// The view, prepared for finding the pixels of directions. The centre of a
+// degenerate view is a Q16.16 value, see pixel_of_direction_x.
+struct PixelViewX : PixelViewCommon<q16> {
     q16 camera_pan;
     q16 camera_tilt_cos;  // fixed-point cosine and sine of the camera tilt
     q16 camera_tilt_sin;
-    bool degenerate;  // a zero field of view: every direction maps to the centre
-    Pixel centre;     // that centre as a Q16.16 value, see pixel_of_direction_x
-    q16 lens_half_h;  // lens values of the half fields of view
-    q16 lens_half_v;
-    Picture picture;
 };
+PixelViewX prepare_pixel_view_x(const viewgeo_context &ctx);
+// Pixel where the direction (pan, tilt) appears, Q16.16 degrees in. A zero
+// field of view gives the picture centre as a Q16.16 value instead.
+Pixel pixel_of_direction_x(const PixelViewX &view, q16 pan, q16 tilt);
 
 // The view, prepared for finding the directions of pixels.
-struct DirectionViewX {
-    q16 camera_pan;
-    q16 camera_tilt;
+// The picture size is in Q16.16.
+struct DirectionViewX : DirectionViewCommon<q16> {
     float camera_tilt_f;  // the camera tilt as float, for the tests made in float
-    bool degenerate;      // a zero field of view: every pixel gives the camera's direction
-    bool over_pole;       // camera tilt past the zenith or nadir: the picture is upside down
-    q16 width;            // picture size in Q16.16
-    q16 height;
-    q16 lens_half_h;  // lens values of the half fields of view
+    q16 lens_half_h;      // lens values of the half fields of view
     q16 lens_half_v;
-    q16 effective_tilt_cos;  // cosine and sine of the tilt the picture is read about
-    q16 effective_tilt_sin;
-    Picture picture;
 };
+DirectionViewX prepare_direction_view_x(const viewgeo_context &ctx);
+// Absolute pan/tilt (Q16.16 degrees) that brings pixel (x, y) to the centre.
+PanTiltX direction_of_pixel_x(const DirectionViewX &view, std::int32_t x, std::int32_t y);
 
 // The view, prepared for the linear mode of dewarped pictures.
 struct LinearViewX {
@@ -63,16 +58,7 @@ struct MovementViewX {
     LinearViewX linear_view;
     DirectionViewX direction_view;
 };
-
-PixelViewX prepare_pixel_view_x(const viewgeo_context &ctx);
-DirectionViewX prepare_direction_view_x(const viewgeo_context &ctx);
 MovementViewX prepare_movement_view_x(const viewgeo_context &ctx);
-
-// Pixel where the direction (pan, tilt) appears, Q16.16 degrees in. A zero
-// field of view gives the picture centre as a Q16.16 value instead.
-Pixel pixel_of_direction_x(const PixelViewX &view, q16 pan, q16 tilt);
-// Absolute pan/tilt (Q16.16 degrees) that brings pixel (x, y) to the centre.
-PanTiltX direction_of_pixel_x(const DirectionViewX &view, std::int32_t x, std::int32_t y);
 // The same as a movement from the context's pan/tilt, each reduced to
 // [-360, 360]; linear in the pixel when dewarp_status is 1.
 PanTiltX movement_of_pixel_x(const MovementViewX &view, std::int32_t x, std::int32_t y);

@@ -45,22 +45,16 @@ PixelViewF prepare_pixel_view_f(const viewgeo_context &ctx) {
     view.camera_tilt_sin = cam.s;
     view.camera_tilt_cos = cam.c;
     view.picture = picture_of(ctx);
-    // Fields of view; a zero one leaves only the centre of the unrotated
-    // picture.
-    const float v_fov = vertical_fov_f(ctx);
-    const float h_fov = q16_to_float(ctx.horiz_fov);
-    view.degenerate = v_fov == 0.0f || h_fov == 0.0f;
-    if (view.degenerate) {
-        const double cx = static_cast<double>(ctx.pic_width) * 0.5;
-        const double cy = static_cast<double>(ctx.pic_height) * 0.5;
-        view.centre = {static_cast<std::int32_t>(cx), static_cast<std::int32_t>(cy)};
-        return view;
-    }
-    // Lens values of the half fields of view, in radians.
-    const float half_h = (h_fov * 0.5f) * kDegToRadF;
-    const float half_v = (v_fov * 0.5f) * kDegToRadF;
-    view.lens_half_h = lens_value(ctx.projection_type, half_h);
-    view.lens_half_v = lens_value(ctx.projection_type, half_v);
+    finish_pixel_view(
+        view, vertical_fov_f(ctx), q16_to_float(ctx.horiz_fov),
+        // The centre of the unrotated picture.
+        [&] {
+            const double cx = static_cast<double>(ctx.pic_width) * 0.5;
+            const double cy = static_cast<double>(ctx.pic_height) * 0.5;
+            return Pixel{static_cast<std::int32_t>(cx), static_cast<std::int32_t>(cy)};
+        },
+        // The half field in radians.
+        [&](float fov) { return lens_value(ctx.projection_type, (fov * 0.5f) * kDegToRadF); });
     return view;
 }
 
@@ -283,31 +277,6 @@ using namespace viewgeo;
 
 extern "C" {
 
-VIEWGEO_API void viewgeo_to_pixel_f(const viewgeo_context *ctx, int32_t *x, int32_t *y, float pan, float tilt) {
-    store(pixel_of_direction_f(prepare_pixel_view_f(*ctx), pan, tilt), x, y);
-}
-
-VIEWGEO_API void viewgeo_to_ptz_f(const viewgeo_context *ctx, float *pan, float *tilt, int32_t x, int32_t y) {
-    store(direction_of_pixel_f(prepare_direction_view_f(*ctx), x, y), pan, tilt);
-}
-
-VIEWGEO_API void viewgeo_to_ptz_f_rel(const viewgeo_context *ctx, float *pan, float *tilt, int32_t x, int32_t y) {
-    store(movement_of_pixel_f(prepare_movement_view_f(*ctx), x, y), pan, tilt);
-}
-
-VIEWGEO_API void viewgeo_to_pixel_f_array(const viewgeo_context *ctx, size_t n, const float *pan, const float *tilt,
-                                          int32_t *x, int32_t *y) {
-    project_each(prepare_pixel_view_f(*ctx), n, pan, tilt, x, y, pixel_of_direction_f);
-}
-
-VIEWGEO_API void viewgeo_to_ptz_f_array(const viewgeo_context *ctx, size_t n, const int32_t *x, const int32_t *y,
-                                        float *pan, float *tilt) {
-    project_each(prepare_direction_view_f(*ctx), n, x, y, pan, tilt, direction_of_pixel_f);
-}
-
-VIEWGEO_API void viewgeo_to_ptz_f_rel_array(const viewgeo_context *ctx, size_t n, const int32_t *x, const int32_t *y,
-                                            float *pan, float *tilt) {
-    project_each(prepare_movement_view_f(*ctx), n, x, y, pan, tilt, movement_of_pixel_f);
-}
+VIEWGEO_PROJECTION_ENTRY_POINTS(f, float)
 
 }  // extern "C"

@@ -10,47 +10,32 @@
 
 namespace viewgeo {
 
-// The view, prepared for finding the pixels of directions.
-struct PixelViewF {
+// The view, prepared for finding the pixels of directions. The centre of a
+// degenerate view is given unrotated.
+struct PixelViewF : PixelViewCommon<float> {
     float camera_pan;
     double camera_tilt_sin;  // double sine and cosine of the camera tilt
     double camera_tilt_cos;
-    bool degenerate;  // a zero field of view: every direction maps to the centre
-    Pixel centre;     // that centre, unrotated
-    float lens_half_h;  // lens values of the half fields of view
-    float lens_half_v;
-    Picture picture;
 };
+PixelViewF prepare_pixel_view_f(const viewgeo_context &ctx);
+// Pixel where the direction (pan, tilt) in degrees appears.
+Pixel pixel_of_direction_f(const PixelViewF &view, float pan, float tilt);
 
 // The view, prepared for finding the directions of pixels.
-struct DirectionViewF {
-    float camera_pan;
-    float camera_tilt;
-    bool degenerate;  // a zero field of view: every pixel gives the camera's direction
-    bool over_pole;   // camera tilt past the zenith or nadir: the picture is upside down
-    float width;
-    float height;
+struct DirectionViewF : DirectionViewCommon<float> {
     float scale_h;  // lens value of the half fields of view, the ray's scale
     float scale_v;
-    float effective_tilt_cos;  // cosine and sine of the tilt the picture is read about
-    float effective_tilt_sin;
-    Picture picture;
 };
+DirectionViewF prepare_direction_view_f(const viewgeo_context &ctx);
+// Absolute pan/tilt in degrees that brings pixel (x, y) to the centre.
+PanTiltF direction_of_pixel_f(const DirectionViewF &view, std::int32_t x, std::int32_t y);
 
 // The view, prepared for finding the movements that centre pixels.
 struct MovementViewF {
     DirectionViewF direction;
     float tilt_word;  // the camera's tilt word as a plain number, see movement_of_pixel_f
 };
-
-PixelViewF prepare_pixel_view_f(const viewgeo_context &ctx);
-DirectionViewF prepare_direction_view_f(const viewgeo_context &ctx);
 MovementViewF prepare_movement_view_f(const viewgeo_context &ctx);
-
-// Pixel where the direction (pan, tilt) in degrees appears.
-Pixel pixel_of_direction_f(const PixelViewF &view, float pan, float tilt);
-// Absolute pan/tilt in degrees that brings pixel (x, y) to the centre.
-PanTiltF direction_of_pixel_f(const DirectionViewF &view, std::int32_t x, std::int32_t y);
 // The same as a movement from the context's pan/tilt.
 PanTiltF movement_of_pixel_f(const MovementViewF &view, std::int32_t x, std::int32_t y);
 

@@ -51,6 +51,47 @@ inline Picture picture_of(const viewgeo_context &ctx) {
     return {ctx.pic_width, ctx.pic_height, ctx.pic_rot, ctx.projection_type};
 }
 
+// What the views prepared for finding pixels hold in both arithmetics,
+// beside the camera's own values; Lens is the type of the lens values.
+template <class Lens>
+struct PixelViewCommon {
+    bool degenerate;  // a zero field of view: every direction maps to the centre
+    Pixel centre;     // that centre
+    Lens lens_half_h;  // lens values of the half fields of view
+    Lens lens_half_v;
+    Picture picture;
+};
+
+// Ends the view stage of a pixel view from its vertical and horizontal
+// fields of view: a zero one has no geometry and leaves only the centre
+// `centre_of()` every direction maps to; otherwise the lens values
+// `lens_of(field)` of the two half fields.
+template <class Lens, class Field, class CentreOf, class LensOf>
+void finish_pixel_view(PixelViewCommon<Lens> &view, Field vfov, Field hfov, CentreOf centre_of, LensOf lens_of) {
+    view.degenerate = vfov == 0 || hfov == 0;
+    if (view.degenerate) {
+        view.centre = centre_of();
+        return;
+    }
+    view.lens_half_h = lens_of(hfov);
+    view.lens_half_v = lens_of(vfov);
+}
+
+// The same for the views prepared for finding directions; Angle is the
+// type of their angles and sizes.
+template <class Angle>
+struct DirectionViewCommon {
+    Angle camera_pan;
+    Angle camera_tilt;
+    bool degenerate;  // a zero field of view: every pixel gives the camera's direction
+    bool over_pole;   // camera tilt past the zenith or nadir: the picture is upside down
+    Angle width;      // picture size
+    Angle height;
+    Angle effective_tilt_cos;  // cosine and sine of the tilt the picture is read about
+    Angle effective_tilt_sin;
+    Picture picture;
+};
+
 // Writes the two halves of a single point's result through the caller's
 // pointers.
 template <class R, class A, class B>
@@ -70,3 +111,33 @@ void project_each(const View &view, std::size_t n, const In *a, const In *b, Out
 }
 
 }  // namespace viewgeo
+
+// The six C entry points of one arithmetic, written once for both: S is the
+// suffix of its names (f single precision, x Q16.16) and Angle the type of
+// its angles. Each prepares the view of the context once and runs the
+// point stage on the one point or on every element of the arrays, so the
+// single-point and array forms give the same bits. Used inside extern "C"
+// with the stages of namespace viewgeo in scope.
+#define VIEWGEO_PROJECTION_ENTRY_POINTS(S, Angle)                                                                      \
+    VIEWGEO_API void viewgeo_to_pixel_##S(const viewgeo_context *ctx, int32_t *x, int32_t *y, Angle pan, Angle tilt) { \
+        store(pixel_of_direction_##S(prepare_pixel_view_##S(*ctx), pan, tilt), x, y);                                   \
+    }                                                                                                                  \
+    VIEWGEO_API void viewgeo_to_ptz_##S(const viewgeo_context *ctx, Angle *pan, Angle *tilt, int32_t x, int32_t y) {   \
+        store(direction_of_pixel_##S(prepare_direction_view_##S(*ctx), x, y), pan, tilt);                               \
+    }                                                                                                                  \
+    VIEWGEO_API void viewgeo_to_ptz_##S##_rel(const viewgeo_context *ctx, Angle *pan, Angle *tilt, int32_t x,          \
+                                              int32_t y) {                                                             \
+        store(movement_of_pixel_##S(prepare_movement_view_##S(*ctx), x, y), pan, tilt);                                 \
+    }                                                                                                                  \
+    VIEWGEO_API void viewgeo_to_pixel_##S##_array(const viewgeo_context *ctx, size_t n, const Angle *pan,              \
+                                                  const Angle *tilt, int32_t *x, int32_t *y) {                         \
+        project_each(prepare_pixel_view_##S(*ctx), n, pan, tilt, x, y, pixel_of_direction_##S);                        \
+    }                                                                                                                  \
+    VIEWGEO_API void viewgeo_to_ptz_##S##_array(const viewgeo_context *ctx, size_t n, const int32_t *x,                \
+                                                const int32_t *y, Angle *pan, Angle *tilt) {                           \
+        project_each(prepare_direction_view_##S(*ctx), n, x, y, pan, tilt, direction_of_pixel_##S);                    \
+    }                                                                                                                  \
+    VIEWGEO_API void viewgeo_to_ptz_##S##_rel_array(const viewgeo_context *ctx, size_t n, const int32_t *x,            \
+                                                    const int32_t *y, Angle *pan, Angle *tilt) {                       \
+        project_each(prepare_movement_view_##S(*ctx), n, x, y, pan, tilt, movement_of_pixel_##S);                      \
+    }

@@ -27,15 +27,11 @@ q16 double_atan_deg_x(q16 t) {
 
 q16 zoom_magnification_x(q16 fov_a, q16 fov_b) {
     // Half angles in radians by the one-product factor pi/360.
-    const q16 a = q16_mul(fov_a, kQ16HalfDegToRad);
-    const q16 b = q16_mul(fov_b, kQ16HalfDegToRad);
-    const q16 s_a = fixmath::sinx(a, 16);
-    const q16 c_a = fixmath::cosx(a, 16);
-    const q16 s_b = fixmath::sinx(b, 16);
-    const q16 c_b = fixmath::cosx(b, 16);
+    const fixmath::SinCos a = fixmath::sincosx(q16_mul(fov_a, kQ16HalfDegToRad));
+    const fixmath::SinCos b = fixmath::sincosx(q16_mul(fov_b, kQ16HalfDegToRad));
     // tan b / tan a as (s_b c_a) / (c_b s_a): one division instead of three.
-    const q16 num = q16_mul(c_b, s_a);
-    const q16 den = q16_mul(s_b, c_a);
+    const q16 num = q16_mul(b.cos, a.sin);
+    const q16 den = q16_mul(b.sin, a.cos);
     // A zero fov_a (num 0) is the caller's mistake; the division saturates.
     return q16_div(den, num);
 }

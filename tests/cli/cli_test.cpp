@@ -49,6 +49,8 @@ TEST_F(Tool, PixelToPanTiltMatchesTheLibrary) {
     EXPECT_EQ(r.out, "pan " + fixed6(pan) + "  tilt " + fixed6(tilt) + kLensText);
 }
 
+// Reads like the test above on purpose: the library's answer first, then
+// the tool's for the same camera.
 TEST_F(Tool, RelativeFixedPointPrintsTheQ16Words) {
     viewgeo_context *ctx = make_camera();
     int32_t pan = 0, tilt = 0;
@@ -131,14 +133,7 @@ TEST_F(Tool, BatchModeDoesNotAnswerHelp) {
     EXPECT_EQ(r.err, "viewgeo: line 1: --help is not answered in batch mode\n");
 }
 
-struct BadArguments {
-    const char *args;
-    const char *named;  // what the error message must name
-};
-
-void PrintTo(const BadArguments &bad, std::ostream *os) { *os << "viewgeo " << bad.args; }
-
-class ToolBadArguments : public Tool, public ::testing::WithParamInterface<BadArguments> {};
+class ToolBadArguments : public Tool, public ::testing::WithParamInterface<BadArgs> {};
 
 TEST_P(ToolBadArguments, GiveOneLineNamingTheArgumentAndFail) {
     const ToolResult r = run(GetParam().args);
@@ -151,17 +146,17 @@ TEST_P(ToolBadArguments, GiveOneLineNamingTheArgumentAndFail) {
 
 INSTANTIATE_TEST_SUITE_P(
     Tool, ToolBadArguments,
-    ::testing::Values(BadArguments{"to-ptz 10", "y"}, BadArguments{"to-ptz ten 10", "x"},
-                      BadArguments{"to-ptz 1 2 --size 1920by1080", "--size"},
-                      BadArguments{"to-ptz 1 2 --size 0x1080", "--size"},
-                      BadArguments{"to-ptz 1 2 --size 99999x1080", "--size"},
-                      BadArguments{"to-ptz 1 2 --lens fisheye", "--lens"},
-                      BadArguments{"to-ptz 1 2 --hfov wide", "--hfov"},
-                      BadArguments{"to-pixel 1 2 --rot", "--rot"}, BadArguments{"no-such-command", "no-such-command"},
-                      BadArguments{"zoom-fov 0 60 2", "zoom"}, BadArguments{"zoom-fov -1 60 2", "zoom_a"}, BadArguments{"magnification 0 60", "fov_a"},
-                      BadArguments{"grid --svg /nonexistent-dir/x.svg", "--svg"},
-                      BadArguments{"grid --svg x.svg --step 0", "--step"}, BadArguments{"", "subcommand"}),
-    [](const ::testing::TestParamInfo<BadArguments> &info) { return "Case" + std::to_string(info.index); });
+    ::testing::Values(BadArgs{"to-ptz 10", "y"}, BadArgs{"to-ptz ten 10", "x"},
+                      BadArgs{"to-ptz 1 2 --size 1920by1080", "--size"},
+                      BadArgs{"to-ptz 1 2 --size 0x1080", "--size"},
+                      BadArgs{"to-ptz 1 2 --size 99999x1080", "--size"},
+                      BadArgs{"to-ptz 1 2 --lens fisheye", "--lens"},
+                      BadArgs{"to-ptz 1 2 --hfov wide", "--hfov"},
+                      BadArgs{"to-pixel 1 2 --rot", "--rot"}, BadArgs{"no-such-command", "no-such-command"},
+                      BadArgs{"zoom-fov 0 60 2", "zoom"}, BadArgs{"zoom-fov -1 60 2", "zoom_a"}, BadArgs{"magnification 0 60", "fov_a"},
+                      BadArgs{"grid --svg /nonexistent-dir/x.svg", "--svg"},
+                      BadArgs{"grid --svg x.svg --step 0", "--step"}, BadArgs{"", "subcommand"}),
+    case_name<BadArgs>);
 
 TEST_F(Tool, EverySubcommandHasHelp) {
     for (const char *command : {"to-ptz", "to-pixel", "pan-delta", "great-circle", "zoom-fov", "magnification",

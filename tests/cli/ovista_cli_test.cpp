@@ -130,6 +130,8 @@ TEST_P(OvistaBadSet, NamesTheArgumentAndLeavesTheFileAlone) {
     EXPECT_EQ(root_.read(kConf), "[lens_charac]\nfield_angle = 120\n");
 }
 
+// Rows of data, alike in shape to the other tables of bad arguments on
+// purpose.
 INSTANTIATE_TEST_SUITE_P(
     Ovista, OvistaBadSet,
     ::testing::Values(BadSet{"", "KEY"}, BadSet{"field_angle", "VALUE"},
@@ -140,7 +142,7 @@ INSTANTIATE_TEST_SUITE_P(
                       BadSet{"radius_x 1e99", "radius_x"}, BadSet{"pan_comp.type 1.5", "pan_comp.type"},
                       BadSet{"pan_comp.type 99999999999", "pan_comp.type"},
                       BadSet{"field_angle 90 center_y x", "center_y"}),
-    [](const ::testing::TestParamInfo<BadSet> &info) { return "Case" + std::to_string(info.index); });
+    case_name<BadSet>);
 
 TEST_F(Ovista, SetIntoAMissingDirectoryCannotWrite) {
     root_.remove("/etc/viewgeo");
@@ -258,17 +260,12 @@ TEST_F(Ovista, BatchReportsAnUnreadableFileAndGoesOn) {
     EXPECT_EQ(count_lines(r.err), 1);
 }
 
-struct BadArgs {
-    const char *args;
-    const char *named;
-};
-
-void PrintTo(const BadArgs &bad, std::ostream *os) { *os << "viewgeo " << bad.args; }
-
 class OvistaBadArguments : public Ovista, public ::testing::WithParamInterface<BadArgs> {};
 
 TEST_P(OvistaBadArguments, GiveOneLineNamingTheArgumentAndFail) { expect_error(run(GetParam().args), GetParam().named); }
 
+// Rows of data, alike in shape to the other tables of bad arguments on
+// purpose.
 INSTANTIATE_TEST_SUITE_P(
     Ovista, OvistaBadArguments,
     ::testing::Values(BadArgs{"ovista", "subcommand"}, BadArgs{"ovista bogus", "bogus"},
@@ -278,7 +275,7 @@ INSTANTIATE_TEST_SUITE_P(
                       BadArgs{"ovista to-pixel 10", "tilt"}, BadArgs{"ovista to-pixel up 10", "pan"},
                       BadArgs{"ovista to-pixel 1 2 --mirror=maybe", "mirror"},
                       BadArgs{"ovista to-pixel 1 2 --rel", "--rel"}),
-    [](const ::testing::TestParamInfo<BadArgs> &info) { return "Case" + std::to_string(info.index); });
+    case_name<BadArgs>);
 
 TEST_F(Ovista, EverySubcommandHasHelp) {
     for (const char *command : {"ovista", "ovista show", "ovista set", "ovista save", "ovista backup",

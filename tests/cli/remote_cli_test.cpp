@@ -213,13 +213,6 @@ TEST_F(Remote, BatchSetThenGet) {
                      "calibration_status 0  auto_calibrated 0\n");
 }
 
-struct BadArgs {
-    const char *args;
-    const char *named;
-};
-
-void PrintTo(const BadArgs &bad, std::ostream *os) { *os << "viewgeo " << bad.args; }
-
 class RemoteBadArguments : public Remote, public ::testing::WithParamInterface<BadArgs> {};
 
 TEST_P(RemoteBadArguments, GiveOneLineNamingTheArgumentAndFail) {
@@ -227,6 +220,7 @@ TEST_P(RemoteBadArguments, GiveOneLineNamingTheArgumentAndFail) {
     EXPECT_THAT(root_.read(kConf), StartsWith("[lens_fov]\nvfov = 40\n[channel_3]\n")) << "file unchanged";
 }
 
+// Rows of data, alike in shape to the overview tool's table on purpose.
 INSTANTIATE_TEST_SUITE_P(
     Remote, RemoteBadArguments,
     ::testing::Values(BadArgs{"remote", "subcommand"}, BadArgs{"remote bogus", "bogus"},
@@ -239,7 +233,7 @@ INSTANTIATE_TEST_SUITE_P(
                       BadArgs{"remote zoom 1 2 -5", "width"}, BadArgs{"remote to-pixel 3 10", "tilt"},
                       BadArgs{"remote to-pixel 3 10 low", "tilt"}, BadArgs{"remote panorama 1", "y"},
                       BadArgs{"remote panorama 1 2 --hfov x", "--hfov"}),
-    [](const ::testing::TestParamInfo<BadArgs> &info) { return "Case" + std::to_string(info.index); });
+    case_name<BadArgs>);
 
 TEST_F(Remote, EverySubcommandHasHelp) {
     for (const char *command : {"remote", "remote set-center", "remote get-center", "remote point", "remote zoom",

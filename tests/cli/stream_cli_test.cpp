@@ -32,6 +32,8 @@ TEST_F(Stream, PlainEchoesTheInputAndPassesCommentsThrough) {
     EXPECT_EQ(r.err, "");
 }
 
+// Checked like the batch tests of the overview tool on purpose: the count
+// of output lines, the marked failures, then the one summary line.
 TEST_F(Stream, BadRecordsGiveAnErrorRecordAndTheRunGoesOn) {
     const ToolResult r = run(std::string("to-ptz") + kCamera, "1 2\nabc 5\n1 2 3\n3 4\n");
     EXPECT_EQ(r.status, 2);

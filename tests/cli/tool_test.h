@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <ostream>
 #include <string>
 
 #include "cli/tool_runner.h"
@@ -19,6 +20,21 @@ inline int count_lines(const std::string &text) {
     int n = 0;
     for (const char c : text) n += c == '\n';
     return n;
+}
+
+// A command line the tool must refuse, and what its one line of error must
+// name; a table of them prints each case as the command line.
+struct BadArgs {
+    const char *args;
+    const char *named;
+};
+
+inline void PrintTo(const BadArgs &bad, std::ostream *os) { *os << "viewgeo " << bad.args; }
+
+// The name of a case of such a table: its index.
+template <class Param>
+std::string case_name(const ::testing::TestParamInfo<Param> &info) {
+    return "Case" + std::to_string(info.index);
 }
 
 class ToolTest : public ::testing::Test {

@@ -84,6 +84,7 @@ void projections(const viewgeo_context *ctx, Words &w) {
     twice<std::int32_t>([&](std::int32_t *p, std::int32_t *t) { viewgeo_to_ptz_x_rel(ctx, p, t, px, py); });
 }
 
+// Reads its words like projections() above, on purpose: one per argument.
 void utilities(Words &w) {
     const float a = w.next_float();
     const float b = w.next_float();

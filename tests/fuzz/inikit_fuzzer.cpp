@@ -17,6 +17,8 @@ using viewgeo::fuzzing::fail;
 
 constexpr const char *kPath = "/etc/viewgeo/fuzz.conf";
 
+// The same entry as the parser's unit tests compare, on purpose: the fuzzer
+// builds alone, without the test support.
 struct Entry {
     std::string group, key, value;
     bool operator==(const Entry &) const = default;

@@ -15,6 +15,11 @@
 
 namespace viewgeo::testing {
 
+// Where the library looks for the misalignment data.
+inline constexpr const char *kDataFile = "/var/run/ptz/mo_data_file";
+// One degree, Q16.16.
+inline constexpr std::int32_t kOne = 0x10000;
+
 class MisalignmentFixture : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(view_); }

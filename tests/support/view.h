@@ -10,6 +10,10 @@
 
 namespace viewgeo::testing {
 
+// Whole degrees as a Q16.16 word (the shift done unsigned, so negative
+// degrees are defined too).
+constexpr std::int32_t deg(int d) { return static_cast<std::int32_t>(static_cast<std::uint32_t>(d) << 16); }
+
 struct ViewDeleter {
     void operator()(viewgeo_context *ctx) const { viewgeo_context_delete(ctx); }
 };

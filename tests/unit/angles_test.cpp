@@ -6,12 +6,13 @@
 
 #include "core/angles.h"
 #include "core/q16.h"
+#include "support/view.h"
 #include "viewgeo.h"
 
 namespace viewgeo {
 namespace {
 
-constexpr q16 deg(int d) { return static_cast<q16>(static_cast<std::uint32_t>(d) << 16); }
+using testing::deg;
 
 TEST(AngleFactors, ExportedConstantsCarryTheSharedBits) {
     EXPECT_EQ(std::bit_cast<std::uint32_t>(dtor_f), std::bit_cast<std::uint32_t>(kDegToRadF));

@@ -17,6 +17,25 @@ using testing::View;
 
 constexpr const char *kProjectionFlag = "/usr/share/viewgeo/viewgeo_projection.conf";
 
+// The field of view `hfov` (degrees) across a picture of width x height.
+void set_field_and_picture(const View &c, float hfov, int32_t width, int32_t height) {
+    viewgeo_set_horiz_fov_f(c.get(), hfov);
+    viewgeo_set_pic_dim(c.get(), width, height);
+}
+
+// The vertical field of view as each getter gives it.
+float vert_fov_f(const View &c) {
+    float v = 0.0f;
+    viewgeo_get_vert_fov_f(c.get(), &v);
+    return v;
+}
+
+int32_t vert_fov_x(const View &c) {
+    int32_t x = 0;
+    viewgeo_get_vert_fov_x(c.get(), &x);
+    return x;
+}
+
 // The derived vertical field of view written out step by step: half the
 // horizontal field in radians in single precision, its tangent in double,
 // the aspect in single precision, the arc tangent in double.
@@ -40,6 +59,8 @@ TEST(ContextCreate, ProjectionTypeIsRectilinearWithoutTheFlagFile) {
     EXPECT_EQ(c.get()->projection_type, 2);
 }
 
+// Reads like the test above on purpose: the flag file is the only
+// difference.
 TEST(ContextCreate, ProjectionTypeIsEquidistantWhenTheFlagFileExistsEvenEmpty) {
     TempRoot root;
     root.write(kProjectionFlag, "");
@@ -131,16 +152,13 @@ TEST(ContextFieldOfView, HorizontalAccessors) {
 TEST(ContextVerticalFov, DerivedFromSixtyDegreesAndFullHdThroughSinglePrecisionSteps) {
     TempRoot root;
     const View c;
-    viewgeo_set_horiz_fov_f(c.get(), 60.0f);
-    viewgeo_set_pic_dim(c.get(), 1920, 1080);
-    float v = 0.0f;
-    viewgeo_get_vert_fov_f(c.get(), &v);
+    set_field_and_picture(c, 60.0f, 1920, 1080);
+    const float v = vert_fov_f(c);
     const float expected = reference_vertical_fov(60 * 65536, 1920, 1080);
     EXPECT_EQ(std::bit_cast<uint32_t>(v), std::bit_cast<uint32_t>(expected));
     // 2 atan(0.5625 tan 30 deg) = 35.98339 degrees, within float rounding.
     EXPECT_NEAR(v, 2.0 * std::atan(0.5625 * std::tan(M_PI / 6.0)) * 180.0 / M_PI, 1e-4);
-    int32_t x = 0;
-    viewgeo_get_vert_fov_x(c.get(), &x);
+    const int32_t x = vert_fov_x(c);
     // The float result to a word: v * 65536 + 0.5 truncated.
     EXPECT_EQ(x, static_cast<int32_t>(std::trunc(v * 65536.0f + 0.5f)));
     EXPECT_NEAR(x / 65536.0, 35.98339, 1e-4);
@@ -152,25 +170,21 @@ TEST(ContextVerticalFov, DerivedValueFollowsTheHorizontalFieldAndAspect) {
     viewgeo_set_pic_dim(c.get(), 640, 480);
     for (int32_t fov : {1 * 65536, 45 * 65536, 90 * 65536, 120 * 65536 + 12345}) {
         viewgeo_set_horiz_fov_x(c.get(), fov);
-        float v = 0.0f;
-        viewgeo_get_vert_fov_f(c.get(), &v);
+        const float v = vert_fov_f(c);
         EXPECT_EQ(std::bit_cast<uint32_t>(v), std::bit_cast<uint32_t>(reference_vertical_fov(fov, 640, 480))) << fov;
     }
     // A square picture keeps the horizontal field (to float rounding).
     viewgeo_set_pic_dim(c.get(), 500, 500);
     viewgeo_set_horiz_fov_f(c.get(), 50.0f);
-    float v = 0.0f;
-    viewgeo_get_vert_fov_f(c.get(), &v);
+    const float v = vert_fov_f(c);
     EXPECT_NEAR(v, 50.0f, 1e-4);
 }
 
 TEST(ContextVerticalFov, ZeroWidthGivesAboutHalfATurn) {
     TempRoot root;
     const View c;
-    viewgeo_set_horiz_fov_f(c.get(), 60.0f);
-    viewgeo_set_pic_dim(c.get(), 0, 1080);
-    float v = 0.0f;
-    viewgeo_get_vert_fov_f(c.get(), &v);
+    set_field_and_picture(c, 60.0f, 0, 1080);
+    const float v = vert_fov_f(c);
     // atan(inf) = pi/2, times 360/pi held in single precision.
     EXPECT_EQ(v, static_cast<float>(1.5707963267948966 * 114.59156036376953));
     EXPECT_NEAR(v, 180.0f, 1e-4);
@@ -179,31 +193,24 @@ TEST(ContextVerticalFov, ZeroWidthGivesAboutHalfATurn) {
 TEST(ContextVerticalFov, EmptyPictureGivesNan) {
     TempRoot root;
     const View c;
-    viewgeo_set_horiz_fov_f(c.get(), 60.0f);
-    viewgeo_set_pic_dim(c.get(), 0, 0);
-    float v = 0.0f;
-    viewgeo_get_vert_fov_f(c.get(), &v);
+    set_field_and_picture(c, 60.0f, 0, 0);
+    const float v = vert_fov_f(c);
     EXPECT_TRUE(std::isnan(v));
     // The Q16.16 form saturates by the NaN's sign bit.
-    int32_t x = 0;
-    viewgeo_get_vert_fov_x(c.get(), &x);
+    const int32_t x = vert_fov_x(c);
     EXPECT_EQ(x, std::signbit(v) ? INT32_MIN : INT32_MAX);
 }
 
 TEST(ContextVerticalFov, ExplicitValueIsKeptForGood) {
     TempRoot root;
     const View c;
-    viewgeo_set_horiz_fov_f(c.get(), 60.0f);
-    viewgeo_set_pic_dim(c.get(), 1920, 1080);
+    set_field_and_picture(c, 60.0f, 1920, 1080);
     viewgeo_set_vert_fov_x(c.get(), 20 * 65536 + 1);
     EXPECT_TRUE(c.get()->vert_fov_set);
-    viewgeo_set_horiz_fov_f(c.get(), 90.0f);
-    viewgeo_set_pic_dim(c.get(), 100, 4000);
-    int32_t x = 0;
-    viewgeo_get_vert_fov_x(c.get(), &x);
+    set_field_and_picture(c, 90.0f, 100, 4000);
+    const int32_t x = vert_fov_x(c);
     EXPECT_EQ(x, 20 * 65536 + 1);
-    float v = 0.0f;
-    viewgeo_get_vert_fov_f(c.get(), &v);
+    const float v = vert_fov_f(c);
     EXPECT_EQ(v, 20.0f + 1.0f / 65536.0f);
 }
 
@@ -211,12 +218,9 @@ TEST(ContextVerticalFov, FloatSetterRoundsAndAlsoSticks) {
     TempRoot root;
     const View c;
     viewgeo_set_vert_fov_f(c.get(), 33.3f);
-    int32_t x = 0;
-    viewgeo_get_vert_fov_x(c.get(), &x);
-    EXPECT_EQ(x, 2182349);  // 33.3 * 65536 = 2182348.8
+    EXPECT_EQ(vert_fov_x(c), 2182349);  // 33.3 * 65536 = 2182348.8
     viewgeo_set_horiz_fov_f(c.get(), 10.0f);
-    viewgeo_get_vert_fov_x(c.get(), &x);
-    EXPECT_EQ(x, 2182349);
+    EXPECT_EQ(vert_fov_x(c), 2182349);
 }
 
 TEST(ContextPicture, DimensionsAreStoredUnchecked) {

@@ -132,6 +132,7 @@ TEST(FixedPointSine, NonDecreasingFromMinusHalfPiToHalfPi) {
 
 // -------------------------------------------------------------- cosine
 
+// The cosine's sweep, alike on purpose to the sine's above.
 TEST(FixedPointCosine, WithinOneUnitOfRoundedCosineForEveryInputWithinEightPi) {
     ErrorTracker err;
     const std::int64_t stride = sweep_stride();

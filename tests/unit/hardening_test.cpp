@@ -27,6 +27,8 @@ namespace fs = viewgeo::platform::fs;
 using viewgeo::platform::captured_log;
 using viewgeo::testing::TempRoot;
 
+// The overview files, named as the writer tests name them (alike on
+// purpose: each test file reads on its own).
 constexpr const char *kOvistaConf = "/etc/viewgeo/ovista.conf";
 constexpr const char *kOvistaTmp = "/etc/viewgeo/ovista.conf.tmp";
 constexpr const char *kVictim = "/etc/viewgeo/victim";
@@ -125,6 +127,8 @@ TEST(Hardening, OverviewSaveReplacesALinkAtTheTargetWithoutWritingThroughIt) {
     EXPECT_NE(root.read(kOvistaConf).find("[common]\n"), std::string::npos);
 }
 
+// Reads like the test above on purpose: the link is planted at the
+// temporary path instead of the target.
 TEST(Hardening, OverviewSaveSucceedsAfterThePlantedLinkIsRemoved) {
     TempRoot root;
     root.write(kVictim, kPrecious);

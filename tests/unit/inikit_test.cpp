@@ -114,6 +114,7 @@ const ParseCase kParseCases[] = {
         {{"", "a", "1"}, {"g", "b", "2"}},
     },
     {
+        // Rows of data: the cases of the table, alike in shape on purpose.
         "StripsBlanksAroundKeyValueAndGroupName",
         "[ group ]\n  key   =   some value   \n\ttabbed\t=\tx\t\n[]\nempty=y\n[\ta b\t]\nk=v\n",
         {

@@ -17,13 +17,8 @@
 namespace viewgeo {
 namespace {
 
-using testing::RefEntry;
-using testing::RefOffset;
-using testing::TempRoot;
-
-constexpr const char *kDataFile = "/var/run/ptz/mo_data_file";
-constexpr int32_t kOne = 0x10000;
-constexpr int32_t deg(int d) { return d * kOne; }
+// The fixture, the reference model and the file paths of the test support.
+using namespace testing;
 
 struct PanTilt {
     int32_t pan;
@@ -287,6 +282,28 @@ protected:
         return rng() % 2 ? -t : t;
     }
     int32_t any_pan() { return static_cast<int32_t>(rng() % (340 * 65536)) - 170 * 65536; }
+    // A small offset (a random bound up to 3 degrees, each axis within it)
+    // there and back at a random pan and a mid tilt: the offset in
+    // centidegrees, the tilt, the errors, and the offset and |tilt| in
+    // radians.
+    struct SmallTrip {
+        int pc;
+        int tc;
+        int32_t tilt;
+        RoundTrip e;
+        double dp;
+        double dt;
+        double T;
+    };
+    SmallTrip small_offset_round_trip() {
+        const int max = 1 + static_cast<int>(rng() % 300);
+        const int pc = centidegrees(max);
+        const int tc = centidegrees(max);
+        const int32_t tilt = mid_tilt();
+        const RoundTrip e = round_trip(pc, tc, any_pan(), tilt);
+        return {pc, tc, tilt, e, pc / 100.0 * M_PI / 180.0, tc / 100.0 * M_PI / 180.0,
+                std::fabs(tilt / 65536.0) * M_PI / 180.0};
+    }
 };
 
 // Plain addition both ways: back to the input word exactly below 128
@@ -314,17 +331,10 @@ TEST_F(CompensationRoundTrip, NearTheHorizonReturnsTheInput) {
 // second order in the offset, about (dp^2 + dt^2) tan|T| radians.
 TEST_F(CompensationRoundTrip, ElsewhereTheTiltReturnsToSecondOrderInTheOffset) {
     for (int k = 0; k < 5000; ++k) {
-        const int max = 1 + static_cast<int>(rng() % 300);
-        const int pc = centidegrees(max);
-        const int tc = centidegrees(max);
-        const int32_t tilt = mid_tilt();
-        const RoundTrip e = round_trip(pc, tc, any_pan(), tilt);
-        const double dp = pc / 100.0 * M_PI / 180.0;
-        const double dt = tc / 100.0 * M_PI / 180.0;
-        const double T = std::fabs(tilt / 65536.0) * M_PI / 180.0;
+        const SmallTrip s = small_offset_round_trip();
         // 1.5 times the second-order term, plus a few units of float rounding
-        const double bound = 1.5 * (dp * dp + dt * dt) * std::tan(T) * 180.0 / M_PI * 65536.0 + 4.0;
-        EXPECT_LE(e.tilt_error, bound) << pc << " " << tc << " " << tilt;
+        const double bound = 1.5 * (s.dp * s.dp + s.dt * s.dt) * std::tan(s.T) * 180.0 / M_PI * 65536.0 + 4.0;
+        EXPECT_LE(s.e.tilt_error, bound) << s.pc << " " << s.tc << " " << s.tilt;
     }
 }
 
@@ -346,16 +356,10 @@ TEST_F(CompensationRoundTrip, PureTiltOffsetReturnsTheTiltWithinTwoUnits) {
 // the second-order terms of the offset.
 TEST_F(CompensationRoundTrip, ElsewhereThePanReturnsWithinTheArcCosineRounding) {
     for (int k = 0; k < 5000; ++k) {
-        const int max = 1 + static_cast<int>(rng() % 300);
-        const int pc = centidegrees(max);
-        const int tc = centidegrees(max);
-        const int32_t tilt = mid_tilt();
-        const RoundTrip e = round_trip(pc, tc, any_pan(), tilt);
-        const double dp = pc / 100.0 * M_PI / 180.0;
-        const double dt = tc / 100.0 * M_PI / 180.0;
-        const double T = std::fabs(tilt / 65536.0) * M_PI / 180.0;
-        const double second_order = (2.0 * std::fabs(dp * dt) / std::cos(T) + dp * dp) * std::tan(T) * 180.0 / M_PI;
-        EXPECT_LE(e.pan_error, (0.15 + second_order) * 65536.0) << pc << " " << tc << " " << tilt;
+        const SmallTrip s = small_offset_round_trip();
+        const double second_order =
+            (2.0 * std::fabs(s.dp * s.dt) / std::cos(s.T) + s.dp * s.dp) * std::tan(s.T) * 180.0 / M_PI;
+        EXPECT_LE(s.e.pan_error, (0.15 + second_order) * 65536.0) << s.pc << " " << s.tc << " " << s.tilt;
     }
 }
 

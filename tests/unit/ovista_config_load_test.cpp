@@ -9,6 +9,7 @@
 #include <string>
 
 #include "platform/log.h"
+#include "support/ovista_defaults.h"
 #include "support/temp_root.h"
 #include "support/view.h"
 #include "viewgeo.h"
@@ -23,17 +24,7 @@ constexpr float kInf = std::numeric_limits<float>::infinity();
 using viewgeo::testing::OvistaPtr;
 
 // The defaults, written out independently of the library.
-viewgeo_ovista_context defaults() {
-    viewgeo_ovista_context d{};
-    d.center_x = 0.5f;
-    d.center_y = 0.5f;
-    d.field_angle = 99.0f;
-    d.radius_x = 0.3046875f;
-    d.radius_y = 0.541666687f;
-    d.center_pan = 0.0f;
-    d.center_tilt = -90.0f;
-    return d;
-}
+viewgeo_ovista_context defaults() { return viewgeo::testing::ovista_defaults(); }
 
 void expect_same(const viewgeo_ovista_compensator &a, const viewgeo_ovista_compensator &b) {
     EXPECT_EQ(a.type, b.type);
@@ -43,6 +34,7 @@ void expect_same(const viewgeo_ovista_compensator &a, const viewgeo_ovista_compe
     EXPECT_EQ(a.D, b.D);
 }
 
+// Field by field on purpose, so that a failure names the field.
 void expect_same(const viewgeo_ovista_context &a, const viewgeo_ovista_context &b) {
     EXPECT_EQ(a.center_x, b.center_x);
     EXPECT_EQ(a.center_y, b.center_y);
@@ -84,6 +76,8 @@ TEST(OvistaConfigLoad, ReadsEveryGroupAndKey) {
                                 "[x_comp]\ntype = 3\nA = 0.5\nB = 1.5\nC = 2.5\nD = 3.5\n"
                                 "[y_comp]\ntype = -1\nA = 8\nB = 16\nC = 32\nD = 64\n");
     ASSERT_NE(ctx, nullptr);
+    // Every field written out, like the defaults of the test support, on
+    // purpose: the values this file gives.
     viewgeo_ovista_context expected{};
     expected.center_x = 0.25f;
     expected.center_y = 0.75f;

@@ -95,6 +95,8 @@ TEST(OvistaConfigSave, EveryFieldIsWrittenWithSixDecimals) {
     ptz_set_ovista_mirror(ctx.get(), 1);
     EXPECT_EQ(viewgeo_ovista_context_save(ctx.get()), 0);
     // 0.0000015 is stored as 1.50000005e-06 and rounds up; 0.0000004 rounds down.
+    // Written out line by line like kDefaultText, on purpose: the expected
+    // file byte for byte, readable as the file.
     const std::string expected = std::string("[common]\n") +
                                  "ovista_center_pan = -12.500000\n"
                                  "ovista_center_tilt = 1234.062500\n"

@@ -7,6 +7,7 @@
 #include <limits>
 #include <memory>
 
+#include "support/ovista_defaults.h"
 #include "support/temp_root.h"
 #include "support/view.h"
 #include "viewgeo.h"
@@ -19,17 +20,7 @@ using viewgeo::testing::TempRoot;
 const float kK = std::bit_cast<float>(0x42652EE0u);
 
 // The defaults, written out independently of the library.
-viewgeo_ovista_context defaults() {
-    viewgeo_ovista_context d{};
-    d.center_x = 0.5f;
-    d.center_y = 0.5f;
-    d.field_angle = 99.0f;
-    d.radius_x = 0.3046875f;
-    d.radius_y = 0.541666687f;
-    d.center_pan = 0.0f;
-    d.center_tilt = -90.0f;
-    return d;
-}
+viewgeo_ovista_context defaults() { return viewgeo::testing::ovista_defaults(); }
 
 class OvistaProjection : public ::testing::Test {
 protected:

@@ -7,6 +7,7 @@
 #include <limits>
 #include <random>
 
+#include "support/ovista_defaults.h"
 #include "support/precise_reference.h"
 #include "viewgeo.h"
 
@@ -17,12 +18,7 @@ using viewgeo::testing::MaxError;
 using viewgeo::testing::VecL;
 
 viewgeo_ovista_context fisheye(float center_pan = 0.0f, float center_tilt = -90.0f, int rotation = 0, int mirror = 0) {
-    viewgeo_ovista_context o{};
-    o.center_x = 0.5f;
-    o.center_y = 0.5f;
-    o.field_angle = 99.0f;
-    o.radius_x = 0.3046875f;
-    o.radius_y = 0.541666687f;
+    viewgeo_ovista_context o = viewgeo::testing::ovista_defaults();
     o.rotation = rotation;
     o.mirror = mirror;
     o.center_pan = center_pan;

@@ -613,6 +613,8 @@ TEST(PixelX, MirroredPanMirrorsTheColumn) {
     }
 }
 
+// The mirror test of the other direction: it reads like the one above on
+// purpose.
 TEST(PtzX, MirroredColumnMirrorsThePan) {
     for (const std::int32_t lens : kLensModels) {
         const viewgeo_context ctx = make_view(60.0, 1920, 1080, lens, 0.0, 10.0);
@@ -629,6 +631,7 @@ TEST(PtzX, MirroredColumnMirrorsThePan) {
     }
 }
 
+// The mirror test of the other axis, alike on purpose.
 TEST(PixelX, TiltMirroredAboutTheHorizonMirrorsTheRow) {
     for (const std::int32_t lens : kLensModels) {
         const viewgeo_context ctx = make_view(60.0, 1920, 1080, lens);

@@ -656,6 +656,8 @@ TEST(ToPtzF, BadContextValuesGiveDefinedResults) {
 // ---------------------------------------------------------------------------
 // Pixel to relative movement
 
+// The relative form's twin of ToPtzF.PictureCentreOfLevelCameraGivesZeroPanTilt,
+// alike on purpose.
 TEST(ToPtzFRel, PictureCentreGivesNoMovement) {
     for (std::int32_t lens : kLenses) {
         const PanTilt r = ptz_rel_of_f(camera(0.0f, 0.0f, 60.0f, 1920, 1080, lens), 960, 540);

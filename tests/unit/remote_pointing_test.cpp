@@ -18,7 +18,7 @@ using testing::View;
 
 constexpr const char *kConf = "/etc/viewgeo/remoteptz.conf";
 
-constexpr q16 deg(int d) { return static_cast<q16>(static_cast<std::uint32_t>(d) << 16); }
+using testing::deg;
 
 // The main picture, looking at pan 20, tilt -10.
 View main_view(q16 hfov, q16 vfov, std::int32_t w = 1920, std::int32_t h = 1080) {

@@ -7,9 +7,11 @@
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 #include "core/q16.h"
 #include "platform/fs.h"
+#include "support/remote_reads.h"
 #include "support/temp_root.h"
 #include "support/view.h"
 #include "viewgeo.h"
@@ -17,6 +19,10 @@
 namespace viewgeo {
 namespace {
 
+using testing::RemoteCentre;
+using testing::remote_centre;
+using testing::RemoteFlags;
+using testing::remote_flags;
 using testing::TempRoot;
 namespace fs = platform::fs;
 
@@ -28,6 +34,17 @@ std::string group(const std::string &header, const std::string &pan, const std::
                   int automatic) {
     return header + "\ncenter_pan = " + pan + "\ncenter_tilt = " + tilt + "\ncalibration_status = " +
            std::to_string(status) + "\nauto_calibrated = " + std::to_string(automatic) + "\n";
+}
+
+// `n` bytes of every value from a fixed linear congruential sequence.
+std::string random_bytes(unsigned seed, int n) {
+    std::string blob;
+    unsigned state = seed;
+    for (int i = 0; i < n; ++i) {
+        state = state * 1103515245u + 12345u;
+        blob.push_back(static_cast<char>((state >> 16) & 0xFF));
+    }
+    return blob;
 }
 
 // A calibration file with two channels and the lens group between them.
@@ -85,58 +102,79 @@ TEST(RemoteStoreWrite, PrintsSixDecimalsOfTheFloat) {
     EXPECT_EQ(root.read(kConf), group("[channel_-5]", "0.100000", "-179.998993", -3, 42));
 }
 
-TEST(RemoteStoreWrite, RewritingOneChannelKeepsOrderAndForeignGroups) {
-    TempRoot root;
-    root.write(kConf, kTwoChannels);
-    EXPECT_EQ(viewgeo_set_remote_center(1, 20.25f, -7.125f, 3, 1), 0);
-    // The blank line belonged to channel 1's group and goes with its keys.
-    EXPECT_EQ(root.read(kConf), group("[channel_1]", "20.250000", "-7.125000", 3, 1) +
-                                    "[lens_fov]\n"
-                                    "vfov = 40.0\n"
-                                    "[channel_2]\n"
-                                    "center_pan = 5.5\n"
-                                    "# kept as written\n"
-                                    "center_tilt = -6.25\n"
-                                    "calibration_status = 7\n"
-                                    "auto_calibrated = 1\n");
+// One rewrite of a channel in an existing file: the file before, the
+// values written, and the whole file after, byte for byte.
+struct RewriteCase {
+    const char *name;
+    std::string old;
+    int channel;
+    float pan;
+    float tilt;
+    int status;
+    int automatic;
+    std::string expected;
+};
+
+std::vector<RewriteCase> rewrite_cases() {
+    const std::string long_lines = "[lens_fov]\nnote = " + std::string(300, 'z') + "\n" + std::string(250, '[') + "\n";
+    const std::string other_numbers = "[channel_10]\ncenter_pan = 4\n[channel]\nx = 1\n[channel_ 1 ]\nk = v\n";
+    // -27777777727 is -2007973951 modulo 2^32.
+    const std::string beyond_int = "[channel_-27777777727]\ncenter_pan = 4\n";
+    const std::string twice_fresh = group("[channel_4]", "-90.000000", "45.000000", 2, 0);
+    return {
+        // The blank line belonged to channel 1's group and goes with its keys.
+        // Everything from the lens group on is kept byte for byte.
+        {"RewritingOneChannelKeepsOrderAndForeignGroups", kTwoChannels, 1, 20.25f, -7.125f, 3, 1,
+         group("[channel_1]", "20.250000", "-7.125000", 3, 1) + kTwoChannels.substr(kTwoChannels.find("[lens_fov]"))},
+        {"RewritingTheLastChannelKeepsEverythingBeforeIt", kTwoChannels, 2, -1.0f, 0.0f, 0, 0,
+         kTwoChannels.substr(0, kTwoChannels.find("[channel_2]")) + group("[channel_2]", "-1.000000", "0.000000", 0, 0)},
+        {"NewChannelIsAppendedAfterEverything", kTwoChannels, 3, 1.5f, 2.5f, 1, 1,
+         kTwoChannels + group("[channel_3]", "1.500000", "2.500000", 1, 1)},
+        {"HeaderNumberWithLeadingZeroMatchesTheChannel", "[channel_01]\ncenter_pan = 4\n[lens_fov]\nvfov = 30\n", 1,
+         2.0f, 3.0f, 0, 1, group("[channel_01]", "2.000000", "3.000000", 0, 1) + "[lens_fov]\nvfov = 30\n"},
+        {"HeaderWithTrailingCharactersMatchesTheChannel", "[channel_1x]\ncenter_pan = 4\n", 1, 2.0f, 3.0f, 0, 1,
+         group("[channel_1x]", "2.000000", "3.000000", 0, 1)},
+        {"HeaderOfAnotherNumberDoesNotMatch", other_numbers, 11, 2.0f, 3.0f, 0, 1,
+         other_numbers + group("[channel_11]", "2.000000", "3.000000", 0, 1)},
+        {"HeaderNumberBeyondTheIntRangeDoesNotWrapToAnotherChannel", beyond_int, -2007973951, 2.0f, 3.0f, 0, 1,
+         beyond_int + group("[channel_-2007973951]", "2.000000", "3.000000", 0, 1)},
+        // "%d" skips blanks and takes a sign, so both headers name channel 1.
+        {"NumberIsScannedAfterBlanksAndSign", "[channel_ 1]\na = 1\n[channel_+1]\nb = 2\n", 1, 0.0f, 0.0f, 0, 0,
+         group("[channel_ 1]", "0.000000", "0.000000", 0, 0) + group("[channel_+1]", "0.000000", "0.000000", 0, 0)},
+        {"GroupPresentTwiceIsReplacedTwiceAndNotAppended",
+         "[channel_4]\ncenter_pan = 1\n"
+         "[lens_fov]\nvfov = 12.5\n"
+         "[channel_4]\ncenter_pan = 2\ncenter_tilt = 3\n",
+         4, -90.0f, 45.0f, 2, 0, twice_fresh + "[lens_fov]\nvfov = 12.5\n" + twice_fresh},
+        // Not a header without its line feed: copied as it stands, and the
+        // appended group starts on a line of its own.
+        {"HeaderOnLastLineWithoutNewlineIsCopiedAndTheGroupAppended", "[lens_fov]\nvfov = 40\n[channel_1]", 1, 1.0f,
+         2.0f, 3, 4, "[lens_fov]\nvfov = 40\n[channel_1]\n" + group("[channel_1]", "1.000000", "2.000000", 3, 4)},
+        {"HeaderWithoutNewlineInsideTheChannelsGroupIsDropped", "[channel_3]\ncenter_pan = 9\n[channel_3]", 3, 1.0f,
+         2.0f, 3, 4, group("[channel_3]", "1.000000", "2.000000", 3, 4)},
+        {"LongLinesOfOtherGroupsAreCopiedWhole", long_lines, 1, 1.0f, 2.0f, 0, 0,
+         long_lines + group("[channel_1]", "1.000000", "2.000000", 0, 0)},
+        // Every piece of the long lines is dropped; the second piece of the
+        // first one ends in "]\n" but does not start with "[", so it is no
+        // header.
+        {"LongLineInsideTheChannelsGroupIsDroppedInFull",
+         "[channel_5]\n" + std::string(98, 'b') + "x]\n" + std::string(500, 'c') + "\n[lens_fov]\n", 5, 1.0f, 1.0f, 1,
+         1, group("[channel_5]", "1.000000", "1.000000", 1, 1) + "[lens_fov]\n"},
+    };
 }
 
-TEST(RemoteStoreWrite, RewritingTheLastChannelKeepsEverythingBeforeIt) {
+class RemoteStoreRewrite : public ::testing::TestWithParam<RewriteCase> {};
+
+TEST_P(RemoteStoreRewrite, GivesExactlyTheExpectedFile) {
+    const RewriteCase &c = GetParam();
     TempRoot root;
-    root.write(kConf, kTwoChannels);
-    EXPECT_EQ(viewgeo_set_remote_center(2, -1.0f, 0.0f, 0, 0), 0);
-    const std::string before = kTwoChannels.substr(0, kTwoChannels.find("[channel_2]"));
-    EXPECT_EQ(root.read(kConf), before + group("[channel_2]", "-1.000000", "0.000000", 0, 0));
+    root.write(kConf, c.old);
+    EXPECT_EQ(viewgeo_set_remote_center(c.channel, c.pan, c.tilt, c.status, c.automatic), 0);
+    EXPECT_EQ(root.read(kConf), c.expected);
 }
 
-TEST(RemoteStoreWrite, NewChannelIsAppendedAfterEverything) {
-    TempRoot root;
-    root.write(kConf, kTwoChannels);
-    EXPECT_EQ(viewgeo_set_remote_center(3, 1.5f, 2.5f, 1, 1), 0);
-    EXPECT_EQ(root.read(kConf), kTwoChannels + group("[channel_3]", "1.500000", "2.500000", 1, 1));
-}
-
-TEST(RemoteStoreWrite, HeaderNumberWithLeadingZeroMatchesTheChannel) {
-    TempRoot root;
-    root.write(kConf, "[channel_01]\ncenter_pan = 4\n[lens_fov]\nvfov = 30\n");
-    EXPECT_EQ(viewgeo_set_remote_center(1, 2.0f, 3.0f, 0, 1), 0);
-    EXPECT_EQ(root.read(kConf), group("[channel_01]", "2.000000", "3.000000", 0, 1) + "[lens_fov]\nvfov = 30\n");
-}
-
-TEST(RemoteStoreWrite, HeaderWithTrailingCharactersMatchesTheChannel) {
-    TempRoot root;
-    root.write(kConf, "[channel_1x]\ncenter_pan = 4\n");
-    EXPECT_EQ(viewgeo_set_remote_center(1, 2.0f, 3.0f, 0, 1), 0);
-    EXPECT_EQ(root.read(kConf), group("[channel_1x]", "2.000000", "3.000000", 0, 1));
-}
-
-TEST(RemoteStoreWrite, HeaderOfAnotherNumberDoesNotMatch) {
-    TempRoot root;
-    const std::string old = "[channel_10]\ncenter_pan = 4\n[channel]\nx = 1\n[channel_ 1 ]\nk = v\n";
-    root.write(kConf, old);
-    EXPECT_EQ(viewgeo_set_remote_center(11, 2.0f, 3.0f, 0, 1), 0);
-    EXPECT_EQ(root.read(kConf), old + group("[channel_11]", "2.000000", "3.000000", 0, 1));
-}
+INSTANTIATE_TEST_SUITE_P(RemoteStoreWrite, RemoteStoreRewrite, ::testing::ValuesIn(rewrite_cases()),
+                         [](const ::testing::TestParamInfo<RewriteCase> &info) { return std::string(info.param.name); });
 
 TEST(RemoteStoreWrite, HeaderNumberBeyondTheIntRangeSaturates) {
     TempRoot root;
@@ -147,74 +185,15 @@ TEST(RemoteStoreWrite, HeaderNumberBeyondTheIntRangeSaturates) {
                                     group("[channel_99999999999]", "-2.000000", "-3.000000", 1, 0));
 }
 
-TEST(RemoteStoreWrite, HeaderNumberBeyondTheIntRangeDoesNotWrapToAnotherChannel) {
-    TempRoot root;
-    // -27777777727 is -2007973951 modulo 2^32.
-    const std::string old = "[channel_-27777777727]\ncenter_pan = 4\n";
-    root.write(kConf, old);
-    EXPECT_EQ(viewgeo_set_remote_center(-2007973951, 2.0f, 3.0f, 0, 1), 0);
-    EXPECT_EQ(root.read(kConf), old + group("[channel_-2007973951]", "2.000000", "3.000000", 0, 1));
-}
-
-TEST(RemoteStoreWrite, NumberIsScannedAfterBlanksAndSign) {
-    TempRoot root;
-    // "%d" skips blanks and takes a sign, so both headers name channel 1.
-    root.write(kConf, "[channel_ 1]\na = 1\n[channel_+1]\nb = 2\n");
-    EXPECT_EQ(viewgeo_set_remote_center(1, 0.0f, 0.0f, 0, 0), 0);
-    EXPECT_EQ(root.read(kConf), group("[channel_ 1]", "0.000000", "0.000000", 0, 0) +
-                                    group("[channel_+1]", "0.000000", "0.000000", 0, 0));
-}
-
-TEST(RemoteStoreWrite, GroupPresentTwiceIsReplacedTwiceAndNotAppended) {
-    TempRoot root;
-    root.write(kConf,
-               "[channel_4]\ncenter_pan = 1\n"
-               "[lens_fov]\nvfov = 12.5\n"
-               "[channel_4]\ncenter_pan = 2\ncenter_tilt = 3\n");
-    EXPECT_EQ(viewgeo_set_remote_center(4, -90.0f, 45.0f, 2, 0), 0);
-    const std::string fresh = group("[channel_4]", "-90.000000", "45.000000", 2, 0);
-    EXPECT_EQ(root.read(kConf), fresh + "[lens_fov]\nvfov = 12.5\n" + fresh);
-}
-
-TEST(RemoteStoreWrite, HeaderOnLastLineWithoutNewlineIsCopiedAndTheGroupAppended) {
-    TempRoot root;
-    root.write(kConf, "[lens_fov]\nvfov = 40\n[channel_1]");
-    EXPECT_EQ(viewgeo_set_remote_center(1, 1.0f, 2.0f, 3, 4), 0);
-    // Not a header without its line feed: copied as it stands, and the
-    // appended group starts on a line of its own.
-    EXPECT_EQ(root.read(kConf),
-              "[lens_fov]\nvfov = 40\n[channel_1]\n" + group("[channel_1]", "1.000000", "2.000000", 3, 4));
-}
-
 TEST(RemoteStoreWrite, AppendedGroupAfterAMissingFinalNewlineStaysReadable) {
     TempRoot root;
     root.write(kConf, "[channel_2]\ncenter_pan = 5\ncenter_tilt = 6\ncalibration_status = 7\nauto_calibrated = 8\n"
                       "# last line");
     EXPECT_EQ(viewgeo_set_remote_center(3, 1.0f, 2.0f, 0, 0), 0);
-    viewgeo_remote_calibration *two = viewgeo_get_remote_calibrated(2);
-    viewgeo_remote_calibration *three = viewgeo_get_remote_calibrated(3);
-    ASSERT_NE(two, nullptr);
-    ASSERT_NE(three, nullptr);
-    EXPECT_EQ(two->calibration_status, 7);
-    EXPECT_EQ(two->auto_calibrated, 8);
-    EXPECT_EQ(three->calibration_status, 0);
-    std::free(two);
-    std::free(three);
-}
-
-TEST(RemoteStoreWrite, HeaderWithoutNewlineInsideTheChannelsGroupIsDropped) {
-    TempRoot root;
-    root.write(kConf, "[channel_3]\ncenter_pan = 9\n[channel_3]");
-    EXPECT_EQ(viewgeo_set_remote_center(3, 1.0f, 2.0f, 3, 4), 0);
-    EXPECT_EQ(root.read(kConf), group("[channel_3]", "1.000000", "2.000000", 3, 4));
-}
-
-TEST(RemoteStoreWrite, LongLinesOfOtherGroupsAreCopiedWhole) {
-    TempRoot root;
-    const std::string old = "[lens_fov]\nnote = " + std::string(300, 'z') + "\n" + std::string(250, '[') + "\n";
-    root.write(kConf, old);
-    EXPECT_EQ(viewgeo_set_remote_center(1, 1.0f, 2.0f, 0, 0), 0);
-    EXPECT_EQ(root.read(kConf), old + group("[channel_1]", "1.000000", "2.000000", 0, 0));
+    EXPECT_EQ(remote_flags(2), (RemoteFlags{7, 8}));
+    const auto three = remote_flags(3);
+    ASSERT_TRUE(three.has_value());
+    EXPECT_EQ(three->status, 0);
 }
 
 TEST(RemoteStoreWrite, LongLineIsJudgedWholeAsTheReaderJudgesIt) {
@@ -226,19 +205,9 @@ TEST(RemoteStoreWrite, LongLineIsJudgedWholeAsTheReaderJudgesIt) {
     root.write(kConf, old);
     EXPECT_EQ(viewgeo_set_remote_center(1, 7.0f, 8.0f, 0, 1), 0);
     EXPECT_EQ(root.read(kConf), old + group("[channel_1]", "7.000000", "8.000000", 0, 1));
-    viewgeo_remote_calibration *read = viewgeo_get_remote_calibrated(1);
-    ASSERT_NE(read, nullptr);
+    const auto read = remote_flags(1);
+    ASSERT_TRUE(read.has_value());
     EXPECT_EQ(read->auto_calibrated, 1);
-    std::free(read);
-}
-
-TEST(RemoteStoreWrite, LongLineInsideTheChannelsGroupIsDroppedInFull) {
-    TempRoot root;
-    // Every piece of the long lines is dropped; the second piece of the first
-    // one ends in "]\n" but does not start with "[", so it is no header.
-    root.write(kConf, "[channel_5]\n" + std::string(98, 'b') + "x]\n" + std::string(500, 'c') + "\n[lens_fov]\n");
-    EXPECT_EQ(viewgeo_set_remote_center(5, 1.0f, 1.0f, 1, 1), 0);
-    EXPECT_EQ(root.read(kConf), group("[channel_5]", "1.000000", "1.000000", 1, 1) + "[lens_fov]\n");
 }
 
 TEST(RemoteStoreWrite, LineOfExactly99CharactersIsOnePieceAndItsNewlineAnother) {
@@ -254,12 +223,7 @@ TEST(RemoteStoreWrite, LineOfExactly99CharactersIsOnePieceAndItsNewlineAnother) 
 
 TEST(RemoteStoreWrite, BinaryContentIsCopiedByteForByte) {
     TempRoot root;
-    std::string blob;
-    unsigned state = 12345;
-    for (int i = 0; i < 4000; ++i) {
-        state = state * 1103515245u + 12345u;
-        blob.push_back(static_cast<char>((state >> 16) & 0xFF));
-    }
+    std::string blob = random_bytes(12345, 4000);
     blob += std::string("\0\0[\0]\n", 6) + "[channel_2]\n";
     ASSERT_EQ(blob.find("[channel_9"), std::string::npos);
     root.write(kConf, blob);
@@ -373,6 +337,8 @@ TEST(RemoteStoreWrite, NoOldFileSkipsModeAndOwner) {
 
 // After the rename the new text is in place and complete; a failing
 // directory sync is still reported.
+// Set up like RemoteStoreWriteFailure on purpose; only what is left
+// differs.
 class RemoteStoreDirectorySyncFailure : public ::testing::TestWithParam<fs::Op> {};
 
 TEST_P(RemoteStoreDirectorySyncFailure, FailsWithTheCompleteNewFileInPlace) {
@@ -408,43 +374,25 @@ TEST(RemoteStoreWrite, FileSyncFailureFailsAndRemovesTheNewFile) {
 TEST(RemoteStoreRead, CentreWrittenIsReadBackIntoTheContext) {
     TempRoot root;
     ASSERT_EQ(viewgeo_set_remote_center(2, 10.5f, -3.25f, 1, 0), 0);
-    Context c;
-    EXPECT_EQ(viewgeo_get_remote_center(c.ctx, 2), 0);
-    EXPECT_EQ(c.ctx->pan, 688128);    // 10.5 * 65536
-    EXPECT_EQ(c.ctx->tilt, -212992);  // -3.25 * 65536
-    viewgeo_remote_calibration *cal = viewgeo_get_remote_calibrated(2);
-    ASSERT_NE(cal, nullptr);
-    EXPECT_EQ(cal->calibration_status, 1);
-    EXPECT_EQ(cal->auto_calibrated, 0);
-    std::free(cal);
+    // 10.5 and -3.25 times 65536.
+    EXPECT_EQ(remote_centre(2), (RemoteCentre{688128, -212992}));
+    EXPECT_EQ(remote_flags(2), (RemoteFlags{1, 0}));
 }
 
 TEST(RemoteStoreRead, ReadsEachChannelOfASharedFile) {
     TempRoot root;
     root.write(kConf, kTwoChannels);
-    Context c;
-    EXPECT_EQ(viewgeo_get_remote_center(c.ctx, 2), 0);
-    EXPECT_EQ(c.ctx->pan, 360448);    // 5.5
-    EXPECT_EQ(c.ctx->tilt, -409600);  // -6.25
-    EXPECT_EQ(viewgeo_get_remote_center(c.ctx, 1), 0);
-    EXPECT_EQ(c.ctx->pan, 65536);
-    EXPECT_EQ(c.ctx->tilt, 131072);
-    viewgeo_remote_calibration *cal = viewgeo_get_remote_calibrated(2);
-    ASSERT_NE(cal, nullptr);
-    EXPECT_EQ(cal->calibration_status, 7);
-    EXPECT_EQ(cal->auto_calibrated, 1);
-    std::free(cal);
+    EXPECT_EQ(remote_centre(2), (RemoteCentre{360448, -409600}));  // 5.5, -6.25
+    EXPECT_EQ(remote_centre(1), (RemoteCentre{65536, 131072}));
+    EXPECT_EQ(remote_flags(2), (RemoteFlags{7, 1}));
 }
 
 TEST(RemoteStoreRead, CentreIsRoundedToTheNearestWord) {
     TempRoot root;
     root.write(kConf, "[channel_1]\ncenter_pan = 0.00001\ncenter_tilt = -0.00001\ncalibration_status = 0\n"
                       "auto_calibrated = 0\n");
-    Context c;
-    ASSERT_EQ(viewgeo_get_remote_center(c.ctx, 1), 0);
     // 0.00001 * 65536 = 0.655: rounds to 1 and -1.
-    EXPECT_EQ(c.ctx->pan, 1);
-    EXPECT_EQ(c.ctx->tilt, -1);
+    EXPECT_EQ(remote_centre(1), (RemoteCentre{1, -1}));
 }
 
 TEST(RemoteStoreRead, MissingFileFailsAndLeavesTheContext) {
@@ -469,11 +417,7 @@ TEST(RemoteStoreRead, KeysMayBeSpreadOverTwoCopiesOfTheGroup) {
     TempRoot root;
     root.write(kConf, "[channel_1]\ncenter_pan = 1\ncenter_tilt = 2\n[lens_fov]\nvfov = 3\n"
                       "[channel_1]\ncalibration_status = 4\nauto_calibrated = 5\n");
-    viewgeo_remote_calibration *cal = viewgeo_get_remote_calibrated(1);
-    ASSERT_NE(cal, nullptr);
-    EXPECT_EQ(cal->calibration_status, 4);
-    EXPECT_EQ(cal->auto_calibrated, 5);
-    std::free(cal);
+    EXPECT_EQ(remote_flags(1), (RemoteFlags{4, 5}));
 }
 
 TEST(RemoteStoreRead, LaterValueOverwritesUntilAllFourAreFound) {
@@ -482,47 +426,29 @@ TEST(RemoteStoreRead, LaterValueOverwritesUntilAllFourAreFound) {
     // third comes after and is never read.
     root.write(kConf, "[channel_1]\ncenter_pan = 1\ncenter_pan = 2\ncenter_tilt = 3\ncalibration_status = 4\n"
                       "auto_calibrated = 5\ncenter_pan = 6\n");
-    Context c;
-    ASSERT_EQ(viewgeo_get_remote_center(c.ctx, 1), 0);
-    EXPECT_EQ(c.ctx->pan, 2 * 65536);
-    EXPECT_EQ(c.ctx->tilt, 3 * 65536);
+    EXPECT_EQ(remote_centre(1), (RemoteCentre{2 * 65536, 3 * 65536}));
 }
 
 TEST(RemoteStoreRead, IntegersScanLikePercentD) {
     TempRoot root;
     root.write(kConf, "[channel_1]\ncenter_pan = 1e1\ncenter_tilt = -2.5junk\ncalibration_status = 12abc\n"
                       "auto_calibrated = -0x10\n");
-    Context c;
-    ASSERT_EQ(viewgeo_get_remote_center(c.ctx, 1), 0);
-    EXPECT_EQ(c.ctx->pan, 10 * 65536);
-    EXPECT_EQ(c.ctx->tilt, -163840);
-    viewgeo_remote_calibration *cal = viewgeo_get_remote_calibrated(1);
-    ASSERT_NE(cal, nullptr);
-    EXPECT_EQ(cal->calibration_status, 12);
-    EXPECT_EQ(cal->auto_calibrated, 0);  // "-0x10": the digits stop at the x
-    std::free(cal);
+    EXPECT_EQ(remote_centre(1), (RemoteCentre{10 * 65536, -163840}));
+    // "-0x10": the digits stop at the x.
+    EXPECT_EQ(remote_flags(1), (RemoteFlags{12, 0}));
 }
 
 TEST(RemoteStoreRead, OutOfRangeNumbersAreDefined) {
     TempRoot root;
     root.write(kConf, "[channel_1]\ncenter_pan = 1e60\ncenter_tilt = -1e60\n"
                       "calibration_status = 4294967297\nauto_calibrated = 99999999999999999999999\n");
-    Context c;
-    ASSERT_EQ(viewgeo_get_remote_center(c.ctx, 1), 0);
-    EXPECT_EQ(c.ctx->pan, INT32_MAX);  // infinity saturates
-    EXPECT_EQ(c.ctx->tilt, INT32_MIN);
-    viewgeo_remote_calibration *cal = viewgeo_get_remote_calibrated(1);
-    ASSERT_NE(cal, nullptr);
-    EXPECT_EQ(cal->calibration_status, INT32_MAX);  // 2^32 + 1 saturates
-    EXPECT_EQ(cal->auto_calibrated, INT32_MAX);
-    std::free(cal);
+    // Infinities saturate.
+    EXPECT_EQ(remote_centre(1), (RemoteCentre{INT32_MAX, INT32_MIN}));
+    // 2^32 + 1 saturates.
+    EXPECT_EQ(remote_flags(1), (RemoteFlags{INT32_MAX, INT32_MAX}));
     root.write(kConf, "[channel_1]\ncenter_pan = 0\ncenter_tilt = 0\n"
                       "calibration_status = -4294967297\nauto_calibrated = -2147483648\n");
-    cal = viewgeo_get_remote_calibrated(1);
-    ASSERT_NE(cal, nullptr);
-    EXPECT_EQ(cal->calibration_status, INT32_MIN);
-    EXPECT_EQ(cal->auto_calibrated, INT32_MIN);
-    std::free(cal);
+    EXPECT_EQ(remote_flags(1), (RemoteFlags{INT32_MIN, INT32_MIN}));
 }
 
 TEST(RemoteStoreRead, ChannelWithoutGroupNameSucceedsUnreadWithZeros) {
@@ -535,11 +461,7 @@ TEST(RemoteStoreRead, ChannelWithoutGroupNameSucceedsUnreadWithZeros) {
         EXPECT_EQ(viewgeo_get_remote_center(c.ctx, channel), 0) << channel;
         EXPECT_EQ(c.ctx->pan, 0) << channel;
         EXPECT_EQ(c.ctx->tilt, 0) << channel;
-        viewgeo_remote_calibration *cal = viewgeo_get_remote_calibrated(channel);
-        ASSERT_NE(cal, nullptr) << channel;
-        EXPECT_EQ(cal->calibration_status, 0);
-        EXPECT_EQ(cal->auto_calibrated, 0);
-        std::free(cal);
+        EXPECT_EQ(remote_flags(channel), (RemoteFlags{0, 0})) << channel;
     }
 }
 
@@ -562,13 +484,7 @@ TEST(RemoteStoreRead, LongestGroupNamesAreRead) {
 
 TEST(RemoteStoreRead, BinaryFileGivesNoChannel) {
     TempRoot root;
-    std::string blob;
-    unsigned state = 777;
-    for (int i = 0; i < 20000; ++i) {
-        state = state * 1103515245u + 12345u;
-        blob.push_back(static_cast<char>((state >> 16) & 0xFF));
-    }
-    root.write(kConf, blob);
+    root.write(kConf, random_bytes(777, 20000));
     expect_both_readers_fail(1);
 }
 
@@ -584,12 +500,12 @@ TEST(RemoteStoreRead, WriterOutputReadsBackForManyChannels) {
     for (int channel = -3; channel <= 12; ++channel) {
         Context c;
         ASSERT_EQ(viewgeo_get_remote_center(c.ctx, channel), 0) << channel;
-        viewgeo_remote_calibration *cal = viewgeo_get_remote_calibrated(channel);
-        ASSERT_NE(cal, nullptr);
+        const auto cal = remote_flags(channel);
+        ASSERT_TRUE(cal.has_value()) << channel;
         if (channel == 4) {
             EXPECT_EQ(c.ctx->pan, q16_from_float(-170.5f));
             EXPECT_EQ(c.ctx->tilt, q16_from_float(80.25f));
-            EXPECT_EQ(cal->calibration_status, 1);
+            EXPECT_EQ(cal->status, 1);
         } else if (channel == -3) {
             EXPECT_EQ(c.ctx->pan, 0);
             EXPECT_EQ(cal->auto_calibrated, 2);
@@ -597,10 +513,8 @@ TEST(RemoteStoreRead, WriterOutputReadsBackForManyChannels) {
             const float pan = static_cast<float>(channel) * 11.25f;
             EXPECT_EQ(c.ctx->pan, q16_from_float(pan)) << channel;
             EXPECT_EQ(c.ctx->tilt, q16_from_float(-pan / 4.0f)) << channel;
-            EXPECT_EQ(cal->calibration_status, channel);
-            EXPECT_EQ(cal->auto_calibrated, -channel);
+            EXPECT_EQ(cal, (RemoteFlags{channel, -channel})) << channel;
         }
-        std::free(cal);
     }
 }
 
@@ -642,10 +556,8 @@ TEST(RemoteStoreProperty, RewriteLeavesEveryOtherChannelAsItReads) {
             const int status = viewgeo_get_remote_center(ctx, channel);
             out += std::to_string(status) + ":" + std::to_string(ctx->pan) + "," + std::to_string(ctx->tilt);
             viewgeo_context_delete(ctx);
-            viewgeo_remote_calibration *cal = viewgeo_get_remote_calibrated(channel);
-            if (cal != nullptr) {
-                out += ":" + std::to_string(cal->calibration_status) + "," + std::to_string(cal->auto_calibrated);
-                std::free(cal);
+            if (const auto flags = remote_flags(channel)) {
+                out += ":" + std::to_string(flags->status) + "," + std::to_string(flags->auto_calibrated);
             }
             return out;
         };

@@ -14,12 +14,10 @@
 namespace viewgeo {
 namespace {
 
-using testing::TempRoot;
-using testing::View;
+// The root, the view and deg() of the test support.
+using namespace testing;
 
 constexpr const char *kConf = "/etc/viewgeo/remoteptz.conf";
-
-constexpr q16 deg(int d) { return static_cast<q16>(static_cast<std::uint32_t>(d) << 16); }
 
 // Channel 1 looks at pan 20, tilt -10 from the picture centre.
 void write_channel_one(const TempRoot &root) {
@@ -233,6 +231,8 @@ TEST(RemoteToPixel, TargetOutsideThePictureFailsAfterOneRestart) {
     EXPECT_LT(want.evaluations, 151);
 }
 
+// Reads like the test above on purpose: another way the search fails,
+// checked the same way against the reference search.
 TEST(RemoteToPixel, SearchThatNeverSettlesFailsAfter151Evaluations) {
     TempRoot root;
     write_channel_one(root);

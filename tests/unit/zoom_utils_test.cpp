@@ -302,6 +302,8 @@ TEST(ZoomFovX, AgreesWithTheFloatForm) {
     }
 }
 
+// The Q16.16 twin of ZoomFov.NarrowsMonotonicallyAsTheZoomGrows, alike on
+// purpose.
 TEST(ZoomFovX, NarrowsMonotonicallyAsTheZoomGrows) {
     // Every step (rounded division, atanf, rounding, products with positive
     // factors) is non-decreasing in the tangent, so this holds exactly.

@@ -3,7 +3,7 @@
 //
 // A family is a group of exported calculations. Each calculation has a name,
 // the kinds of its input and output words ('i' a signed 32-bit integer, 'f'
-// the bits of a float), a function computing the outputs through the public
+// the bits of a float, 't' a text: inputs only), a function computing the outputs through the public
 // interface, and a sampler that draws inputs from a deterministic generator. The
 // same table serves the generator (draw, compute, print) and the check (read,
 // compute, compare), so a new family is one new file and one line in
@@ -56,6 +56,10 @@ inline std::uint32_t word(std::int32_t i) { return static_cast<std::uint32_t>(i)
 inline std::int32_t int_of(std::uint32_t w) { return static_cast<std::int32_t>(w); }
 inline std::uint32_t word_of(float f) { return bits(f); }
 inline std::uint32_t word_of(std::int32_t i) { return word(i); }
+// A text word ('t') is the index of its text in one table of the process:
+// the calculations read the text back with text_of().
+std::uint32_t text_word(const std::string &text);
+const std::string &text_of(std::uint32_t w);
 
 struct Calculation {
     std::string name;     // unique over all families

@@ -14,6 +14,9 @@ const std::vector<Family> &families() {
         misalignment_family(),
         overview_family(),
         remote_family(),
+#ifdef VIEWGEO_TEST_SEAM
+        readers_family(),
+#endif
     };
     return all;
 }

@@ -12,5 +12,9 @@ Family utilities_family();
 Family misalignment_family();
 Family overview_family();
 Family remote_family();
+#ifdef VIEWGEO_TEST_SEAM
+// Reads files: only in the tool built on the test copy of the library.
+Family readers_family();
+#endif
 
 }  // namespace conformance

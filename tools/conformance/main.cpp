@@ -15,7 +15,9 @@
 //
 // A vector file is text: comment lines start with '#'; every other line is
 //   NAME INPUT... : OUTPUT... [! MARK ...]
-// with 'i' words in signed decimal and 'f' words as the float's bits in hex.
+// with 'i' words in signed decimal, 'f' words as the float's bits in hex and
+// 't' words (texts, inputs only) as a double quote followed by the text's
+// bytes, where '%', blanks, control and non-ASCII bytes are written %XX.
 // Marks:
 //   ! nan@TARGET OUTPUT...  the result depends on the sign bit of a NaN met
 //                           on the way, which differs between targets: the
@@ -28,6 +30,7 @@
 //                           word, or ulps of a float) where the system maths
 //                           library rounds differently.
 #include <bit>
+#include <cctype>
 #include <cinttypes>
 #include <cfenv>
 #include <cmath>
@@ -53,7 +56,41 @@ std::uint64_t name_hash(const std::string &name) {
     return h;
 }
 
+std::string format_text(const std::string &text) {
+    std::string out = "\"";
+    for (unsigned char c : text) {
+        if (c > ' ' && c < 0x7F && c != '%') {
+            out += static_cast<char>(c);
+        } else {
+            char escape[4];
+            std::snprintf(escape, sizeof escape, "%%%02X", c);
+            out += escape;
+        }
+    }
+    return out;
+}
+
+bool parse_text(const std::string &token, std::string &text) {
+    if (token.empty() || token[0] != '"') return false;
+    text.clear();
+    for (std::size_t k = 1; k < token.size(); ++k) {
+        if (token[k] != '%') {
+            text += token[k];
+            continue;
+        }
+        unsigned byte = 0;
+        if (k + 2 >= token.size() || !std::isxdigit(static_cast<unsigned char>(token[k + 1])) ||
+            !std::isxdigit(static_cast<unsigned char>(token[k + 2])) ||
+            std::sscanf(token.c_str() + k + 1, "%2x", &byte) != 1)
+            return false;
+        text += static_cast<char>(byte);
+        k += 2;
+    }
+    return true;
+}
+
 std::string format_word(char kind, std::uint32_t w) {
+    if (kind == 't') return format_text(text_of(w));
     char text[16];
     if (kind == 'f') {
         std::snprintf(text, sizeof text, "%08" PRIx32, w);
@@ -64,6 +101,12 @@ std::string format_word(char kind, std::uint32_t w) {
 }
 
 bool parse_word(char kind, const std::string &token, std::uint32_t &w) {
+    if (kind == 't') {
+        std::string text;
+        if (!parse_text(token, text)) return false;
+        w = text_word(text);
+        return true;
+    }
     char *end = nullptr;
     errno = 0;
     if (kind == 'f') {
