@@ -10,38 +10,17 @@
 #include <random>
 #include <vector>
 
+#include "view_cases.h"
 #include "viewgeo.h"
 
 namespace {
 
-struct ViewCase {
-    viewgeo_context ctx;
-    std::int32_t x, y;  // a pixel inside the picture
-    float pan, tilt;    // a direction visible in it
-};
+using viewgeo::bench::ViewCase;
 
+// All three lenses alike.
 const std::vector<ViewCase> &view_cases() {
-    static const std::vector<ViewCase> all = [] {
-        std::mt19937 gen(1616u);
-        std::uniform_real_distribution<float> pan(-180.0f, 180.0f), tilt(-80.0f, 80.0f), fov(2.0f, 90.0f);
-        const std::int32_t sizes[][2] = {{1920, 1080}, {1280, 720}, {704, 576}};
-        std::vector<ViewCase> out;
-        for (int i = 0; i < 1024; ++i) {
-            ViewCase c{};
-            const auto &s = sizes[gen() % 3];
-            viewgeo_set_pantilt_f(&c.ctx, pan(gen), tilt(gen));
-            viewgeo_set_horiz_fov_f(&c.ctx, fov(gen));
-            viewgeo_set_pic_dim(&c.ctx, s[0], s[1]);
-            viewgeo_set_projection_type(&c.ctx, static_cast<std::int32_t>(gen() % 3));
-            viewgeo_set_pic_rot(&c.ctx, gen() % 4 == 0 ? 180 : 0);
-            c.x = static_cast<std::int32_t>(gen() % static_cast<std::uint32_t>(s[0]));
-            c.y = static_cast<std::int32_t>(gen() % static_cast<std::uint32_t>(s[1]));
-            viewgeo_to_ptz_f(&c.ctx, &c.pan, &c.tilt, static_cast<std::int32_t>(gen() % static_cast<std::uint32_t>(s[0])),
-                             static_cast<std::int32_t>(gen() % static_cast<std::uint32_t>(s[1])));
-            out.push_back(c);
-        }
-        return out;
-    }();
+    static const std::vector<ViewCase> all =
+        viewgeo::bench::make_view_cases(1616u, [](std::mt19937 &gen) { return gen() % 3; });
     return all;
 }
 
