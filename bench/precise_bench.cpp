@@ -6,10 +6,12 @@
 // pixels and directions of the default fisheye looking straight down.
 #include <benchmark/benchmark.h>
 
+#include <cmath>
 #include <cstdint>
 #include <random>
 #include <vector>
 
+#include "core/precise_angle.h"
 #include "view_cases.h"
 #include "viewgeo.h"
 
@@ -202,6 +204,42 @@ void BM_PreciseTwin_OvistaToPixel_D(benchmark::State &state) {
     });
 }
 
+// The overview's floors: the maths calls each form cannot do without on the
+// same cases, and nothing else. Looking straight down the precise forms take
+// one sine and cosine of degrees (to a pixel) or one arc tangent and square
+// root (to a direction) in double precision; the float forms take sinf and
+// cosf, or atanf and sqrtf.
+void BM_PreciseTwin_OvistaToPixel_F_Floor(benchmark::State &state) {
+    run(state, ovista_cases(), [](const OvistaCase &c) {
+        const float a = c.pan * viewgeo::kDegToRadF;
+        benchmark::DoNotOptimize(std::sin(a));
+        benchmark::DoNotOptimize(std::cos(a));
+    });
+}
+void BM_PreciseTwin_OvistaToPixel_D_Floor(benchmark::State &state) {
+    run(state, ovista_cases(), [](const OvistaCase &c) {
+        const viewgeo::precise::SinCos k = viewgeo::precise::sincos_deg(c.pan);
+        benchmark::DoNotOptimize(k.s);
+        benchmark::DoNotOptimize(k.c);
+    });
+}
+void BM_PreciseTwin_OvistaToPtz_F_Floor(benchmark::State &state) {
+    run(state, ovista_cases(), [](const OvistaCase &c) {
+        const float dx = 960.0f - static_cast<float>(c.x);
+        const float dy = 540.0f - static_cast<float>(c.y);
+        benchmark::DoNotOptimize(std::atan(std::fabs(dx / dy)));
+        benchmark::DoNotOptimize(std::sqrt(dx * dx + dy * dy));
+    });
+}
+void BM_PreciseTwin_OvistaToPtz_D_Floor(benchmark::State &state) {
+    run(state, ovista_cases(), [](const OvistaCase &c) {
+        const double dx = static_cast<double>(c.x) - 960.0;
+        const double dy = static_cast<double>(c.y) - 540.0;
+        benchmark::DoNotOptimize(viewgeo::precise::arc_tangent(dx, -dy));
+        benchmark::DoNotOptimize(std::sqrt(dx * dx + dy * dy));
+    });
+}
+
 BENCHMARK(BM_PreciseTwin_ToPixel_F);
 BENCHMARK(BM_PreciseTwin_ToPixel_D);
 BENCHMARK(BM_PreciseTwin_ToPtz_F);
@@ -216,5 +254,9 @@ BENCHMARK(BM_PreciseTwin_OvistaToPtz_F);
 BENCHMARK(BM_PreciseTwin_OvistaToPtz_D);
 BENCHMARK(BM_PreciseTwin_OvistaToPixel_F);
 BENCHMARK(BM_PreciseTwin_OvistaToPixel_D);
+BENCHMARK(BM_PreciseTwin_OvistaToPtz_F_Floor);
+BENCHMARK(BM_PreciseTwin_OvistaToPtz_D_Floor);
+BENCHMARK(BM_PreciseTwin_OvistaToPixel_F_Floor);
+BENCHMARK(BM_PreciseTwin_OvistaToPixel_D_Floor);
 
 }  // namespace
