@@ -6,42 +6,23 @@
 // pixels and directions of the default fisheye looking straight down.
 #include <benchmark/benchmark.h>
 
+#include <cmath>
 #include <cstdint>
 #include <random>
 #include <vector>
 
+#include "core/precise_angle.h"
+#include "view_cases.h"
 #include "viewgeo.h"
 
 namespace {
 
-struct ViewCase {
-    viewgeo_context ctx;
-    std::int32_t x, y;  // a pixel inside the picture
-    float pan, tilt;    // a direction visible in it
-};
+using viewgeo::bench::ViewCase;
 
+// All three lenses alike.
 const std::vector<ViewCase> &view_cases() {
-    static const std::vector<ViewCase> all = [] {
-        std::mt19937 gen(1616u);
-        std::uniform_real_distribution<float> pan(-180.0f, 180.0f), tilt(-80.0f, 80.0f), fov(2.0f, 90.0f);
-        const std::int32_t sizes[][2] = {{1920, 1080}, {1280, 720}, {704, 576}};
-        std::vector<ViewCase> out;
-        for (int i = 0; i < 1024; ++i) {
-            ViewCase c{};
-            const auto &s = sizes[gen() % 3];
-            viewgeo_set_pantilt_f(&c.ctx, pan(gen), tilt(gen));
-            viewgeo_set_horiz_fov_f(&c.ctx, fov(gen));
-            viewgeo_set_pic_dim(&c.ctx, s[0], s[1]);
-            viewgeo_set_projection_type(&c.ctx, static_cast<std::int32_t>(gen() % 3));
-            viewgeo_set_pic_rot(&c.ctx, gen() % 4 == 0 ? 180 : 0);
-            c.x = static_cast<std::int32_t>(gen() % static_cast<std::uint32_t>(s[0]));
-            c.y = static_cast<std::int32_t>(gen() % static_cast<std::uint32_t>(s[1]));
-            viewgeo_to_ptz_f(&c.ctx, &c.pan, &c.tilt, static_cast<std::int32_t>(gen() % static_cast<std::uint32_t>(s[0])),
-                             static_cast<std::int32_t>(gen() % static_cast<std::uint32_t>(s[1])));
-            out.push_back(c);
-        }
-        return out;
-    }();
+    static const std::vector<ViewCase> all =
+        viewgeo::bench::make_view_cases(1616u, [](std::mt19937 &gen) { return gen() % 3; });
     return all;
 }
 
@@ -223,6 +204,42 @@ void BM_PreciseTwin_OvistaToPixel_D(benchmark::State &state) {
     });
 }
 
+// The overview's floors: the maths calls each form cannot do without on the
+// same cases, and nothing else. Looking straight down the precise forms take
+// one sine and cosine of degrees (to a pixel) or one arc tangent and square
+// root (to a direction) in double precision; the float forms take sinf and
+// cosf, or atanf and sqrtf.
+void BM_PreciseTwin_OvistaToPixel_F_Floor(benchmark::State &state) {
+    run(state, ovista_cases(), [](const OvistaCase &c) {
+        const float a = c.pan * viewgeo::kDegToRadF;
+        benchmark::DoNotOptimize(std::sin(a));
+        benchmark::DoNotOptimize(std::cos(a));
+    });
+}
+void BM_PreciseTwin_OvistaToPixel_D_Floor(benchmark::State &state) {
+    run(state, ovista_cases(), [](const OvistaCase &c) {
+        const viewgeo::precise::SinCos k = viewgeo::precise::sincos_deg(c.pan);
+        benchmark::DoNotOptimize(k.s);
+        benchmark::DoNotOptimize(k.c);
+    });
+}
+void BM_PreciseTwin_OvistaToPtz_F_Floor(benchmark::State &state) {
+    run(state, ovista_cases(), [](const OvistaCase &c) {
+        const float dx = 960.0f - static_cast<float>(c.x);
+        const float dy = 540.0f - static_cast<float>(c.y);
+        benchmark::DoNotOptimize(std::atan(std::fabs(dx / dy)));
+        benchmark::DoNotOptimize(std::sqrt(dx * dx + dy * dy));
+    });
+}
+void BM_PreciseTwin_OvistaToPtz_D_Floor(benchmark::State &state) {
+    run(state, ovista_cases(), [](const OvistaCase &c) {
+        const double dx = static_cast<double>(c.x) - 960.0;
+        const double dy = static_cast<double>(c.y) - 540.0;
+        benchmark::DoNotOptimize(viewgeo::precise::arc_tangent(dx, -dy));
+        benchmark::DoNotOptimize(std::sqrt(dx * dx + dy * dy));
+    });
+}
+
 BENCHMARK(BM_PreciseTwin_ToPixel_F);
 BENCHMARK(BM_PreciseTwin_ToPixel_D);
 BENCHMARK(BM_PreciseTwin_ToPtz_F);
@@ -237,5 +254,9 @@ BENCHMARK(BM_PreciseTwin_OvistaToPtz_F);
 BENCHMARK(BM_PreciseTwin_OvistaToPtz_D);
 BENCHMARK(BM_PreciseTwin_OvistaToPixel_F);
 BENCHMARK(BM_PreciseTwin_OvistaToPixel_D);
+BENCHMARK(BM_PreciseTwin_OvistaToPtz_F_Floor);
+BENCHMARK(BM_PreciseTwin_OvistaToPtz_D_Floor);
+BENCHMARK(BM_PreciseTwin_OvistaToPixel_F_Floor);
+BENCHMARK(BM_PreciseTwin_OvistaToPixel_D_Floor);
 
 }  // namespace

@@ -9,43 +9,18 @@
 #include <vector>
 
 #include "call_chain.h"
+#include "view_cases.h"
 #include "viewgeo.h"
 
 namespace {
 
-struct Case {
-    viewgeo_context ctx;
-    std::int32_t x;
-    std::int32_t y;
-    float pan;
-    float tilt;
-};
+using Case = viewgeo::bench::ViewCase;
 
-// A mix like the camera's own use: rectilinear lens mostly, tilts across the
-// head's range, zoom from wide to tele, common picture sizes, pixels inside
-// the picture and directions that are visible in it.
+// A mix like the camera's own use: rectilinear lens mostly, equidistant for
+// an eighth of the views.
 const std::vector<Case> &cases() {
-    static const std::vector<Case> all = [] {
-        std::mt19937 gen(12345u);
-        std::uniform_real_distribution<float> pan(-180.0f, 180.0f), tilt(-80.0f, 80.0f), fov(2.0f, 90.0f);
-        const std::int32_t sizes[][2] = {{1920, 1080}, {1280, 720}, {704, 576}};
-        std::vector<Case> out;
-        for (int i = 0; i < 1024; ++i) {
-            Case c{};
-            const auto &s = sizes[gen() % 3];
-            viewgeo_set_pantilt_f(&c.ctx, pan(gen), tilt(gen));
-            viewgeo_set_horiz_fov_f(&c.ctx, fov(gen));
-            viewgeo_set_pic_dim(&c.ctx, s[0], s[1]);
-            viewgeo_set_projection_type(&c.ctx, gen() % 8 == 0 ? 1 : 2);
-            viewgeo_set_pic_rot(&c.ctx, gen() % 4 == 0 ? 180 : 0);
-            c.x = static_cast<std::int32_t>(gen() % static_cast<std::uint32_t>(s[0]));
-            c.y = static_cast<std::int32_t>(gen() % static_cast<std::uint32_t>(s[1]));
-            viewgeo_to_ptz_f(&c.ctx, &c.pan, &c.tilt, static_cast<std::int32_t>(gen() % static_cast<std::uint32_t>(s[0])),
-                             static_cast<std::int32_t>(gen() % static_cast<std::uint32_t>(s[1])));
-            out.push_back(c);
-        }
-        return out;
-    }();
+    static const std::vector<Case> all =
+        viewgeo::bench::make_view_cases(12345u, [](std::mt19937 &gen) { return gen() % 8 == 0 ? 1 : 2; });
     return all;
 }
 

@@ -8,9 +8,13 @@
 namespace viewgeo::precise {
 namespace {
 
-// The angle between two directions, degrees in [0, 180]: the arc tangent of
-// the cross product's length over the dot product (Vincenty's form), which
-// keeps every digit near 0 and near 180 where an arc cosine loses half.
+// The angle between two directions, degrees in [0, 180], from the cross
+// product's length (its sine) and the dot product (its cosine) of the two
+// unit vectors: within 45 degrees of 0 or 180 the arc sine of the cross
+// product, which keeps every digit there where an arc cosine loses half;
+// in between the arc cosine of the dot product, which is as well
+// conditioned there. Either argument then stays within about 0.71, and one
+// arc sine or arc cosine costs less than a two-argument arc tangent.
 double great_circle(double pan_a, double tilt_a, double pan_b, double tilt_b) {
     const SinCos a = sincos_deg(tilt_a);
     const SinCos b = sincos_deg(tilt_b);
@@ -19,16 +23,27 @@ double great_circle(double pan_a, double tilt_a, double pan_b, double tilt_b) {
     const double cross_north = a.c * b.s - a.s * b.c * dp.c;
     const double cross = std::sqrt(cross_east * cross_east + cross_north * cross_north);
     const double dot = a.s * b.s + a.c * b.c * dp.c;
-    return std::atan2(cross, dot) * kRadToDeg;
+    double angle;
+    if (dot >= cross) {
+        angle = std::asin(cross);
+    } else if (dot > -cross) {
+        angle = std::acos(dot);
+    } else {
+        angle = kPi - std::asin(cross);  // also NaN for a NaN input
+    }
+    return angle * kRadToDeg;
 }
 
 int cartesian_to_ptz(double x, double y, double z, double *pan, double *tilt) {
     // Huge and tiny vectors are scaled by their largest component first, so
     // that their squares neither overflow nor vanish.
-    const double m = std::fmax(std::fabs(x), std::fmax(std::fabs(y), std::fabs(z)));
-    if (!(m > 0.0) || !std::isfinite(m) || std::isnan(x) || std::isnan(y) || std::isnan(z)) {
-        return answer(false, pan, tilt);
-    }
+    if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(z)) return answer(false, pan, tilt);
+    const double ax = std::fabs(x);
+    const double ay = std::fabs(y);
+    const double az = std::fabs(z);
+    const double mxy = ax > ay ? ax : ay;
+    const double m = mxy > az ? mxy : az;
+    if (m == 0.0) return answer(false, pan, tilt);
     double sx = x;
     double sy = y;
     double sz = z;
@@ -38,9 +53,9 @@ int cartesian_to_ptz(double x, double y, double z, double *pan, double *tilt) {
         sz = z / m;
     }
     const double level = std::sqrt(sx * sx + sy * sy);
-    *tilt = std::atan2(sz, level) * kRadToDeg;
+    *tilt = arc_tangent(sz, level) * kRadToDeg;
     // Straight up or down has pan 0; -180 (from a negative zero y) is +180.
-    const double p = level == 0.0 ? 0.0 : std::atan2(sy, sx) * kRadToDeg;
+    const double p = level == 0.0 ? 0.0 : arc_tangent(sy, sx) * kRadToDeg;
     *pan = p == -180.0 ? 180.0 : p;
     return 0;
 }

@@ -62,7 +62,7 @@ bool read_view(const viewgeo_context &ctx, View *view) {
         if (lens == kLensSine) {
             g_v = up / std::sqrt(up * up + across * across);
         } else if (lens == kLensEquidistant) {
-            g_v = std::atan2(up, across);
+            g_v = arc_tangent(up, across);
         } else {
             g_v = up / across;
         }
@@ -94,7 +94,7 @@ bool view_direction_to_pixel(const View &view, double pan, double tilt, PixelD *
         const double off = std::sqrt(ray.x * ray.x + ray.y * ray.y);
         double per_sine = 1.0;  // theta / sin(theta), 1 on the axis
         if (off > 0.0) {
-            per_sine = std::atan2(off, ray.z) / off;
+            per_sine = arc_tangent(off, ray.z) / off;
         } else if (ray.z < 0.0) {
             return false;  // straight behind: every point of the rim
         }
