@@ -15,6 +15,7 @@ struct PixelViewF {
     float camera_pan;
     double camera_tilt_sin;  // double sine and cosine of the camera tilt
     double camera_tilt_cos;
+    double camera_tilt_sin_negated;  // the sine with its sign flipped, see pixel_of_direction_f
     bool degenerate;  // a zero field of view: every direction maps to the centre
     Pixel centre;     // that centre, unrotated
     float lens_half_h;  // lens values of the half fields of view
