@@ -44,6 +44,7 @@ PixelViewF prepare_pixel_view_f(const viewgeo_context &ctx) {
     const SinCos cam = sin_cos_deg(q16_to_float(ctx.tilt));
     view.camera_tilt_sin = cam.s;
     view.camera_tilt_cos = cam.c;
+    view.camera_tilt_sin_negated = -cam.s;
     view.picture = picture_of(ctx);
     finish_pixel_view(
         view, vertical_fov_f(ctx), q16_to_float(ctx.horiz_fov),
@@ -58,7 +59,10 @@ PixelViewF prepare_pixel_view_f(const viewgeo_context &ctx) {
     return view;
 }
 
-Pixel pixel_of_direction_f(const PixelViewF &view, float pan, float tilt) {
+// Kept out of line: the single-point and array forms then run one copy of
+// the machine code, and the view stage's values reach it only as loads from
+// the prepared view (see the negated sine below).
+[[gnu::noinline]] Pixel pixel_of_direction_f(const PixelViewF &view, float pan, float tilt) {
     if (view.degenerate) return view.centre;
 
     // Pan offset of the target from the camera.
@@ -81,9 +85,15 @@ Pixel pixel_of_direction_f(const PixelViewF &view, float pan, float tilt) {
     const double p = static_cast<double>(static_cast<float>(off.c * tgt.c));
     const double t = static_cast<double>(static_cast<float>(tgt.s));
 
-    // Turned by the camera tilt: Z along the optical axis, Y upwards.
+    // Turned by the camera tilt: Z along the optical axis, Y upwards. The
+    // negated sine is read from the prepared view rather than negated here:
+    // written here, the negation may be moved onto the product, which gives
+    // the same number but flips the sign of a NaN p. Read as a value, it lets
+    // Y carry p's NaN as Z does, so that the lens step below, which then
+    // meets a NaN in both Y / s and g, sees two NaNs of one sign, whichever
+    // operand the processor keeps.
     const float z = static_cast<float>(p * view.camera_tilt_cos + t * view.camera_tilt_sin);
-    float y = static_cast<float>((-view.camera_tilt_sin) * p + view.camera_tilt_cos * t);
+    float y = static_cast<float>(view.camera_tilt_sin_negated * p + view.camera_tilt_cos * t);
 
     // Sine of the angle off the optical axis, and the angle.
     const float zz = z * z;

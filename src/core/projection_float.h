@@ -16,6 +16,7 @@ struct PixelViewF : PixelViewCommon<float> {
     float camera_pan;
     double camera_tilt_sin;  // double sine and cosine of the camera tilt
     double camera_tilt_cos;
+    double camera_tilt_sin_negated;  // the sine with its sign flipped, see pixel_of_direction_f
 };
 PixelViewF prepare_pixel_view_f(const viewgeo_context &ctx);
 // Pixel where the direction (pan, tilt) in degrees appears.

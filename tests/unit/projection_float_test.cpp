@@ -434,6 +434,26 @@ TEST(ToPixelF, NanOrInfiniteTiltSaturatesThePixel) {
     }
 }
 
+TEST(ToPixelF, NanPanSaturatesBothCoordinatesToTheSameEnd) {
+    // A NaN pan reaches x and y through the target's sines and cosines of
+    // one NaN offset, and the camera tilt turns it without flipping its sign:
+    // whatever sign the NaN has on this machine, both coordinates saturate
+    // to the same end, for every lens model, camera tilt and target tilt.
+    for (const std::int32_t lens : kLenses) {
+        for (const float camera_tilt : {-60.0f, -10.0f, 0.0f, 25.0f, 80.0f}) {
+            const viewgeo_context c = camera(20.0f, camera_tilt, 60.0f, 1920, 1080, lens);
+            for (const float pan : {kNaN, -kNaN}) {
+                for (const float tilt : {-70.0f, -5.0f, 0.0f, 10.0f, 45.0f}) {
+                    const Pixel p = pixel_of_f(c, pan, tilt);
+                    EXPECT_TRUE(p.x == INT32_MIN || p.x == INT32_MAX)
+                        << "lens " << lens << " camera tilt " << camera_tilt << " tilt " << tilt << ": x " << p.x;
+                    EXPECT_EQ(p.y, p.x) << "lens " << lens << " camera tilt " << camera_tilt << " tilt " << tilt;
+                }
+            }
+        }
+    }
+}
+
 TEST(ToPixelF, ExtremeContextValuesGiveDefinedPixels) {
     viewgeo_context c = camera(0.0f, 0.0f, 60.0f);
     viewgeo_set_vert_fov_x(&c, 0x7FFFFFFF);  // 32768 degrees, not zero
