@@ -62,10 +62,16 @@ void store(const R &result, A *a, B *b) {
 
 // Runs the point stage `point(view, a[i], b[i])` for i < n and writes the
 // two halves of each result to out_a[i] and out_b[i]. Both inputs of a point
-// are read before its outputs are written. n = 0 touches no pointer.
+// are read before its outputs are written. n = 0 touches no pointer. A
+// single point takes the path of a single-point call, without the loop's
+// set-up, so that an array of one costs no more than that call.
 template <class View, class In, class OutA, class OutB, class Point>
 void project_each(const View &view, std::size_t n, const In *a, const In *b, OutA *out_a, OutB *out_b,
                   Point point) {
+    if (n == 1) {
+        store(point(view, *a, *b), out_a, out_b);
+        return;
+    }
     for (std::size_t i = 0; i < n; ++i) store(point(view, a[i], b[i]), &out_a[i], &out_b[i]);
 }
 
