@@ -48,10 +48,10 @@ DirectionViewF prepare_direction_view_f(const viewgeo_context &ctx);
 MovementViewF prepare_movement_view_f(const viewgeo_context &ctx);
 
 // Pixel where the direction (pan, tilt) in degrees appears.
-Pixel pixel_of_direction_f(const PixelViewF &view, float pan, float tilt);
+VIEWGEO_POINT_STAGE Pixel pixel_of_direction_f(const PixelViewF &view, float pan, float tilt);
 // Absolute pan/tilt in degrees that brings pixel (x, y) to the centre.
-PanTiltF direction_of_pixel_f(const DirectionViewF &view, std::int32_t x, std::int32_t y);
+VIEWGEO_POINT_STAGE PanTiltF direction_of_pixel_f(const DirectionViewF &view, std::int32_t x, std::int32_t y);
 // The same as a movement from the context's pan/tilt.
-PanTiltF movement_of_pixel_f(const MovementViewF &view, std::int32_t x, std::int32_t y);
+VIEWGEO_POINT_STAGE PanTiltF movement_of_pixel_f(const MovementViewF &view, std::int32_t x, std::int32_t y);
 
 }  // namespace viewgeo

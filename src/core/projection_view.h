@@ -18,6 +18,17 @@
 #include "core/q16.h"
 #include "viewgeo.h"
 
+// Marks a point stage. It is compiled once and called from both the
+// single-point and the array entry points: a copy inlined into each could be
+// scheduled differently, and where two NaNs meet in a sum the operand order
+// the compiler picks decides which NaN, and so which sign, survives. One
+// copy gives the two entry points the same bits for every input.
+#if defined(__clang__)
+#define VIEWGEO_POINT_STAGE [[gnu::noinline]]
+#else
+#define VIEWGEO_POINT_STAGE [[gnu::noipa]]
+#endif
+
 namespace viewgeo {
 
 // A whole pixel of the picture, origin top left, y downwards.

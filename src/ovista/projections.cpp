@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstdint>
 #include <math.h>
+#include <type_traits>
 
 #include "core/angles.h"
 #include "core/projection_view.h"
@@ -56,9 +57,11 @@ OverviewView prepare_overview_view(const viewgeo_ovista_context &o, const viewge
 }
 
 // a when c holds, otherwise b, chosen by a mask of the bits.
-float pick(bool c, float a, float b) {
-    const std::uint32_t m = 0u - static_cast<std::uint32_t>(c);
-    return std::bit_cast<float>((std::bit_cast<std::uint32_t>(a) & m) | (std::bit_cast<std::uint32_t>(b) & ~m));
+template <class F>
+F pick(bool c, F a, F b) {
+    using U = std::conditional_t<sizeof(F) == 8, std::uint64_t, std::uint32_t>;
+    const U m = U{0} - static_cast<U>(c);
+    return std::bit_cast<F>(static_cast<U>((std::bit_cast<U>(a) & m) | (std::bit_cast<U>(b) & ~m)));
 }
 
 // Direction of the offset around the axis, radians: 0 straight up in the
@@ -76,15 +79,17 @@ float direction(float dx, float dy) {
     const float at = atanf(q);
     // The value of each quadrant, picked by masks: the quadrants of
     // neighbouring points are unrelated, so a choice by jumps would mostly
-    // be mispredicted.
-    const float above = pick((code & 1) != 0, -at, at);
-    const float below = pick((code & 1) != 0, static_cast<float>(static_cast<double>(at) - kPiD),
-                             static_cast<float>(kPiD - static_cast<double>(at)));
-    return pick(code >= 2, below, above);
+    // be mispredicted. Below the centre the angle is pi - at, or at - pi
+    // left of it, in double; the operands are picked, so that there is one
+    // subtraction.
+    const bool left = (code & 1) != 0;
+    const double at_d = at;
+    const float from_pi = static_cast<float>(pick(left, at_d, kPiD) - pick(left, kPiD, at_d));
+    return pick(code >= 2, from_pi, pick(left, -at, at));
 }
 
 // Pan/tilt of an overview pixel relative to the overview axis.
-PanTiltF relative_direction_of_pixel(const OverviewView &view, int x, int y) {
+VIEWGEO_POINT_STAGE PanTiltF relative_direction_of_pixel(const OverviewView &view, int x, int y) {
     // Offset from the circle's centre, positive left of and above it.
     const float dx = view.centre_x - static_cast<float>(x);
     const float dy = view.centre_y - static_cast<float>(y);
@@ -103,13 +108,13 @@ PanTiltF relative_direction_of_pixel(const OverviewView &view, int x, int y) {
 
 // Absolute PTZ pan/tilt of an overview pixel: the relative direction plus
 // the axis, the pan wrapped once, the tilt not at all.
-PanTiltF direction_of_pixel(const OverviewView &view, int x, int y) {
+VIEWGEO_POINT_STAGE PanTiltF direction_of_pixel(const OverviewView &view, int x, int y) {
     const PanTiltF rel = relative_direction_of_pixel(view, x, y);
     return {wrap_pan(rel.pan + view.center_pan), rel.tilt + view.center_tilt};
 }
 
 // Overview pixel of a PTZ direction.
-Pixel pixel_of_direction(const OverviewView &view, float pan, float tilt) {
+VIEWGEO_POINT_STAGE Pixel pixel_of_direction(const OverviewView &view, float pan, float tilt) {
     // Picture rotation; only a sum above 180 is wrapped, kept as calibrated.
     float p = view.rotation + pan;
     if (p > 180.0f) p -= 360.0f;
