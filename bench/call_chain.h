@@ -65,6 +65,10 @@ struct Calls {
     static double cos(double v) { return std::cos(v); }
     static double sqrt(double v) { return std::sqrt(v); }
     static float sqrtf(float v) { return std::sqrt(v); }
+    static float atanf(float v) { return std::atan(v); }
+    static float sinf(float v) { return std::sin(v); }
+    static float cosf(float v) { return std::cos(v); }
+    static float roundf(float v) { return std::round(v); }
     static float lens(std::int32_t type, float theta) { return lens_value(type, theta); }
     static std::int32_t fx_sin(std::int32_t v) { return viewgeo_fx_sinx(v, 16); }
     static std::int32_t fx_cos(std::int32_t v) { return viewgeo_fx_cosx(v, 16); }
@@ -85,6 +89,10 @@ struct Links {
     static double cos(double v) { return pass(v); }
     static double sqrt(double v) { return pass(v); }
     static float sqrtf(float v) { return pass(v); }
+    static float atanf(float v) { return pass(v); }
+    static float sinf(float v) { return pass(v); }
+    static float cosf(float v) { return pass(v); }
+    static float roundf(float v) { return pass(v); }
     static float lens(std::int32_t /*type*/, float theta) { return pass(theta); }
     static std::int32_t fx_sin(std::int32_t v) { return pass(v); }
     static std::int32_t fx_cos(std::int32_t v) { return pass(v); }

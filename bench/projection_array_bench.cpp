@@ -155,6 +155,8 @@ VIEWGEO_ARRAY_BENCH(OvistaToPixelFArray, kOvistaToPixelF, pan_f, tilt_f);
 // (rectilinear lens, ray more than 0.1 rad off the axis), each waiting for
 // the results its argument is computed from (see call_chain.h), on
 // arguments of the usual size. Both pan/tilt forms of a family share one.
+// Divisions, conversions and comparisons between the calls are not part of
+// a floor.
 using viewgeo::bench::after;
 
 // Pixel forms, float: sincos of the pan offset and of the target tilt, the
@@ -229,6 +231,50 @@ void BM_ArrayPointFloor_ToPtzX(benchmark::State &state) {
     set_per_point(state, 1);
 }
 
+// Overview pixel to direction: the arc tangent of the offset's ratio and
+// the square root of its squared length, independent of each other. The
+// arguments are those of the benchmark's points (offsets from the centre
+// of a 1920 x 1080 picture), in turn, because the arc tangent's time
+// depends on its argument's range.
+template <class C>
+void BM_ArrayPointFloor_OvistaToPtzF(benchmark::State &state) {
+    const View &v = views().front();
+    std::vector<float> q(kMaxPoints), r2(kMaxPoints);
+    for (std::size_t i = 0; i < kMaxPoints; ++i) {
+        const float dx = 960.0f - static_cast<float>(v.x[i]);
+        const float dy = 540.0f - static_cast<float>(v.y[i]);
+        q[i] = std::fabs(dx / dy);
+        r2[i] = dx * dx + dy * dy;
+    }
+    std::size_t i = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(C::atanf(q[i]));
+        benchmark::DoNotOptimize(C::sqrtf(r2[i]));
+        i = (i + 1) % kMaxPoints;
+    }
+    set_per_point(state, 1);
+}
+
+// Overview direction to pixel: sine and cosine of the direction around the
+// axis (one call where the maths library has sincosf), then the two
+// roundings to whole pixels. The directions are the benchmark's pans.
+template <class C>
+void BM_ArrayPointFloor_OvistaToPixelF(benchmark::State &state) {
+    const std::uint64_t zero = viewgeo::bench::opaque_zero();
+    const View &v = views().front();
+    std::vector<float> a(kMaxPoints);
+    for (std::size_t i = 0; i < kMaxPoints; ++i) a[i] = v.pan_f[i] * 0.0174532924f;
+    std::size_t i = 0;
+    for (auto _ : state) {
+        const float s = C::sinf(a[i]);
+        const float c = C::cosf(a[i]);
+        benchmark::DoNotOptimize(C::roundf(after(zero, 812.3f, s)));
+        benchmark::DoNotOptimize(C::roundf(after(zero, 433.6f, c)));
+        i = (i + 1) % kMaxPoints;
+    }
+    set_per_point(state, 1);
+}
+
 BENCHMARK_TEMPLATE(BM_ArrayPointFloor_ToPixelF, viewgeo::bench::Calls);
 BENCHMARK_TEMPLATE(BM_ArrayPointFloor_ToPixelF, viewgeo::bench::Links);
 BENCHMARK_TEMPLATE(BM_ArrayPointFloor_ToPtzF, viewgeo::bench::Calls);
@@ -237,5 +283,9 @@ BENCHMARK_TEMPLATE(BM_ArrayPointFloor_ToPixelX, viewgeo::bench::Calls);
 BENCHMARK_TEMPLATE(BM_ArrayPointFloor_ToPixelX, viewgeo::bench::Links);
 BENCHMARK_TEMPLATE(BM_ArrayPointFloor_ToPtzX, viewgeo::bench::Calls);
 BENCHMARK_TEMPLATE(BM_ArrayPointFloor_ToPtzX, viewgeo::bench::Links);
+BENCHMARK_TEMPLATE(BM_ArrayPointFloor_OvistaToPtzF, viewgeo::bench::Calls);
+BENCHMARK_TEMPLATE(BM_ArrayPointFloor_OvistaToPtzF, viewgeo::bench::Links);
+BENCHMARK_TEMPLATE(BM_ArrayPointFloor_OvistaToPixelF, viewgeo::bench::Calls);
+BENCHMARK_TEMPLATE(BM_ArrayPointFloor_OvistaToPixelF, viewgeo::bench::Links);
 
 }  // namespace

@@ -22,7 +22,7 @@ struct PixelViewX : PixelViewCommon<q16> {
 PixelViewX prepare_pixel_view_x(const viewgeo_context &ctx);
 // Pixel where the direction (pan, tilt) appears, Q16.16 degrees in. A zero
 // field of view gives the picture centre as a Q16.16 value instead.
-Pixel pixel_of_direction_x(const PixelViewX &view, q16 pan, q16 tilt);
+VIEWGEO_POINT_STAGE Pixel pixel_of_direction_x(const PixelViewX &view, q16 pan, q16 tilt);
 
 // The view, prepared for finding the directions of pixels.
 // The picture size is in Q16.16.
@@ -33,7 +33,7 @@ struct DirectionViewX : DirectionViewCommon<q16> {
 };
 DirectionViewX prepare_direction_view_x(const viewgeo_context &ctx);
 // Absolute pan/tilt (Q16.16 degrees) that brings pixel (x, y) to the centre.
-PanTiltX direction_of_pixel_x(const DirectionViewX &view, std::int32_t x, std::int32_t y);
+VIEWGEO_POINT_STAGE PanTiltX direction_of_pixel_x(const DirectionViewX &view, std::int32_t x, std::int32_t y);
 
 // The view, prepared for the linear mode of dewarped pictures.
 struct LinearViewX {
@@ -61,6 +61,6 @@ struct MovementViewX {
 MovementViewX prepare_movement_view_x(const viewgeo_context &ctx);
 // The same as a movement from the context's pan/tilt, each reduced to
 // [-360, 360]; linear in the pixel when dewarp_status is 1.
-PanTiltX movement_of_pixel_x(const MovementViewX &view, std::int32_t x, std::int32_t y);
+VIEWGEO_POINT_STAGE PanTiltX movement_of_pixel_x(const MovementViewX &view, std::int32_t x, std::int32_t y);
 
 }  // namespace viewgeo

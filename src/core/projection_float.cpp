@@ -59,10 +59,9 @@ PixelViewF prepare_pixel_view_f(const viewgeo_context &ctx) {
     return view;
 }
 
-// Kept out of line: the single-point and array forms then run one copy of
-// the machine code, and the view stage's values reach it only as loads from
-// the prepared view (see the negated sine below).
-[[gnu::noinline]] Pixel pixel_of_direction_f(const PixelViewF &view, float pan, float tilt) {
+// A point stage (see VIEWGEO_POINT_STAGE): the view stage's values reach it
+// only as loads from the prepared view (see the negated sine below).
+Pixel pixel_of_direction_f(const PixelViewF &view, float pan, float tilt) {
     if (view.degenerate) return view.centre;
 
     // Pan offset of the target from the camera.

@@ -20,7 +20,7 @@ struct PixelViewF : PixelViewCommon<float> {
 };
 PixelViewF prepare_pixel_view_f(const viewgeo_context &ctx);
 // Pixel where the direction (pan, tilt) in degrees appears.
-Pixel pixel_of_direction_f(const PixelViewF &view, float pan, float tilt);
+VIEWGEO_POINT_STAGE Pixel pixel_of_direction_f(const PixelViewF &view, float pan, float tilt);
 
 // The view, prepared for finding the directions of pixels.
 struct DirectionViewF : DirectionViewCommon<float> {
@@ -29,7 +29,7 @@ struct DirectionViewF : DirectionViewCommon<float> {
 };
 DirectionViewF prepare_direction_view_f(const viewgeo_context &ctx);
 // Absolute pan/tilt in degrees that brings pixel (x, y) to the centre.
-PanTiltF direction_of_pixel_f(const DirectionViewF &view, std::int32_t x, std::int32_t y);
+VIEWGEO_POINT_STAGE PanTiltF direction_of_pixel_f(const DirectionViewF &view, std::int32_t x, std::int32_t y);
 
 // The view, prepared for finding the movements that centre pixels.
 struct MovementViewF {
@@ -38,6 +38,6 @@ struct MovementViewF {
 };
 MovementViewF prepare_movement_view_f(const viewgeo_context &ctx);
 // The same as a movement from the context's pan/tilt.
-PanTiltF movement_of_pixel_f(const MovementViewF &view, std::int32_t x, std::int32_t y);
+VIEWGEO_POINT_STAGE PanTiltF movement_of_pixel_f(const MovementViewF &view, std::int32_t x, std::int32_t y);
 
 }  // namespace viewgeo

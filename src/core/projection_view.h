@@ -18,6 +18,17 @@
 #include "core/q16.h"
 #include "viewgeo.h"
 
+// Marks a point stage. It is compiled once and called from both the
+// single-point and the array entry points: a copy inlined into each could be
+// scheduled differently, and where two NaNs meet in a sum the operand order
+// the compiler picks decides which NaN, and so which sign, survives. One
+// copy gives the two entry points the same bits for every input.
+#if defined(__clang__)
+#define VIEWGEO_POINT_STAGE [[gnu::noinline]]
+#else
+#define VIEWGEO_POINT_STAGE [[gnu::noipa]]
+#endif
+
 namespace viewgeo {
 
 // A whole pixel of the picture, origin top left, y downwards.
@@ -103,10 +114,16 @@ void store(const R &result, A *a, B *b) {
 
 // Runs the point stage `point(view, a[i], b[i])` for i < n and writes the
 // two halves of each result to out_a[i] and out_b[i]. Both inputs of a point
-// are read before its outputs are written. n = 0 touches no pointer.
+// are read before its outputs are written. n = 0 touches no pointer. A
+// single point takes the path of a single-point call, without the loop's
+// set-up, so that an array of one costs no more than that call.
 template <class View, class In, class OutA, class OutB, class Point>
 void project_each(const View &view, std::size_t n, const In *a, const In *b, OutA *out_a, OutB *out_b,
                   Point point) {
+    if (n == 1) {
+        store(point(view, *a, *b), out_a, out_b);
+        return;
+    }
     for (std::size_t i = 0; i < n; ++i) store(point(view, a[i], b[i]), &out_a[i], &out_b[i]);
 }
 

@@ -2,8 +2,10 @@
 // angle from the lens axis grows linearly with the distance from the centre
 // of the circle. Single precision (the float functions of libm) unless a
 // comment says double.
+#include <bit>
 #include <cstdint>
 #include <math.h>
+#include <type_traits>
 
 #include "core/angles.h"
 #include "core/projection_view.h"
@@ -14,21 +16,52 @@
 namespace viewgeo {
 namespace {
 
-// The overview picture, prepared once per call: its size from the view
-// context and the circle's centre and radius in pixels.
+// The overview picture and camera, prepared once per call: the picture size
+// from the view context, the circle's centre and radius in pixels, and the
+// overview context's values the point stages read, copied so that writing a
+// result cannot change them between points.
 struct OverviewView {
-    const viewgeo_ovista_context &o;
     float w;
-    float h;
     float centre_x;  // w * center_x and h * center_y
     float centre_y;
     float radius;  // w * radius_x: only the width-based radius is used
+    float radius_x;
+    float field_angle;
+    float rotation;  // the whole degrees as float, as the sum with the pan takes them
+    bool mirror;
+    float center_pan;
+    float center_tilt;
+    viewgeo_ovista_compensator pan_comp;
+    viewgeo_ovista_compensator tilt_comp;
+    viewgeo_ovista_compensator x_comp;
+    viewgeo_ovista_compensator y_comp;
 };
 
 OverviewView prepare_overview_view(const viewgeo_ovista_context &o, const viewgeo_context &vctx) {
     const float w = static_cast<float>(vctx.pic_width);
     const float h = static_cast<float>(vctx.pic_height);
-    return {o, w, h, w * o.center_x, h * o.center_y, w * o.radius_x};
+    return {w,
+            w * o.center_x,
+            h * o.center_y,
+            w * o.radius_x,
+            o.radius_x,
+            o.field_angle,
+            static_cast<float>(o.rotation),
+            o.mirror != 0,
+            o.center_pan,
+            o.center_tilt,
+            o.pan_comp,
+            o.tilt_comp,
+            o.x_comp,
+            o.y_comp};
+}
+
+// a when c holds, otherwise b, chosen by a mask of the bits.
+template <class F>
+F pick(bool c, F a, F b) {
+    using U = std::conditional_t<sizeof(F) == 8, std::uint64_t, std::uint32_t>;
+    const U m = U{0} - static_cast<U>(c);
+    return std::bit_cast<F>(static_cast<U>((std::bit_cast<U>(a) & m) | (std::bit_cast<U>(b) & ~m)));
 }
 
 // Direction of the offset around the axis, radians: 0 straight up in the
@@ -44,17 +77,19 @@ float direction(float dx, float dy) {
     }
     const float q = fabsf(dx / dy);
     const float at = atanf(q);
-    switch (code) {
-        case 0: return at;
-        case 1: return -at;
-        case 2: return static_cast<float>(kPiD - static_cast<double>(at));
-        default: return static_cast<float>(static_cast<double>(at) - kPiD);
-    }
+    // The value of each quadrant, picked by masks: the quadrants of
+    // neighbouring points are unrelated, so a choice by jumps would mostly
+    // be mispredicted. Below the centre the angle is pi - at, or at - pi
+    // left of it, in double; the operands are picked, so that there is one
+    // subtraction.
+    const bool left = (code & 1) != 0;
+    const double at_d = at;
+    const float from_pi = static_cast<float>(pick(left, at_d, kPiD) - pick(left, kPiD, at_d));
+    return pick(code >= 2, from_pi, pick(left, -at, at));
 }
 
 // Pan/tilt of an overview pixel relative to the overview axis.
-PanTiltF relative_direction_of_pixel(const OverviewView &view, int x, int y) {
-    const viewgeo_ovista_context &o = view.o;
+VIEWGEO_POINT_STAGE PanTiltF relative_direction_of_pixel(const OverviewView &view, int x, int y) {
     // Offset from the circle's centre, positive left of and above it.
     const float dx = view.centre_x - static_cast<float>(x);
     const float dy = view.centre_y - static_cast<float>(y);
@@ -63,42 +98,41 @@ PanTiltF relative_direction_of_pixel(const OverviewView &view, int x, int y) {
     float p = a * kOvistaRadToDegF;
     // Angle from the axis, proportional to the distance from the centre.
     const float r = sqrtf(dx * dx + dy * dy);
-    float t = (r * o.field_angle) / view.radius;
+    float t = (r * view.field_angle) / view.radius;
     // Both corrections at the absolute pan before either is applied.
-    const float g = p + o.center_pan;
-    p += correction(o.pan_comp, g);
-    t += correction(o.tilt_comp, g);
+    const float g = p + view.center_pan;
+    p += correction(view.pan_comp, g);
+    t += correction(view.tilt_comp, g);
     return {p, t};
 }
 
 // Absolute PTZ pan/tilt of an overview pixel: the relative direction plus
 // the axis, the pan wrapped once, the tilt not at all.
-PanTiltF direction_of_pixel(const OverviewView &view, int x, int y) {
+VIEWGEO_POINT_STAGE PanTiltF direction_of_pixel(const OverviewView &view, int x, int y) {
     const PanTiltF rel = relative_direction_of_pixel(view, x, y);
-    return {wrap_pan(rel.pan + view.o.center_pan), rel.tilt + view.o.center_tilt};
+    return {wrap_pan(rel.pan + view.center_pan), rel.tilt + view.center_tilt};
 }
 
 // Overview pixel of a PTZ direction.
-Pixel pixel_of_direction(const OverviewView &view, float pan, float tilt) {
-    const viewgeo_ovista_context &o = view.o;
+VIEWGEO_POINT_STAGE Pixel pixel_of_direction(const OverviewView &view, float pan, float tilt) {
     // Picture rotation; only a sum above 180 is wrapped, kept as calibrated.
-    float p = static_cast<float>(o.rotation) + pan;
+    float p = view.rotation + pan;
     if (p > 180.0f) p -= 360.0f;
     // A mirrored picture reverses the pan sense.
-    if (o.mirror != 0) p = -p;
+    if (view.mirror) p = -p;
     // Direction around the axis, radians, through double.
-    const float a = static_cast<float>(static_cast<double>(p - o.center_pan) * kDegToRadD);
+    const float a = static_cast<float>(static_cast<double>(p - view.center_pan) * kDegToRadD);
     // Angle from the axis.
-    const float t = tilt - o.center_tilt;
+    const float t = tilt - view.center_tilt;
     // The axis itself: the truncated centre, no correction.
     if (a == 0.0f && t == 0.0f) return {trunc_to_int32(view.centre_x), trunc_to_int32(view.centre_y)};
     // Offset from the centre in pixels.
-    const float r = ((t * o.radius_x) * view.w) / o.field_angle;
+    const float r = ((t * view.radius_x) * view.w) / view.field_angle;
     const float dx = sinf(a) * r;
     const float dy = -cosf(a) * r;
     // Corrections at the rotated, mirrored pan.
-    const float ex = correction(o.x_comp, p);
-    const float ey = correction(o.y_comp, p);
+    const float ex = correction(view.x_comp, p);
+    const float ey = correction(view.y_comp, p);
     // Halves away from zero; out-of-range values saturate.
     return {trunc_to_int32(roundf((view.centre_x + dx) + ex)), trunc_to_int32(roundf((view.centre_y + dy) + ey))};
 }
