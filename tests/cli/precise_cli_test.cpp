@@ -58,6 +58,8 @@ TEST_F(Precise, ToPixelGivesTheLibrarysContinuousPixel) {
     EXPECT_EQ(r.out, "{\"x\": " + shortest(x) + ", \"y\": " + shortest(y) + kLensJson);
 }
 
+// One test per output format, written alike on purpose: each compares the
+// tool's whole output with the library's own doubles in that format.
 TEST_F(Precise, PlainStreamEchoesTheRecordAndAddsTheDoubles) {
     double pan = 0.0, tilt = 0.0;
     ASSERT_EQ(viewgeo_to_ptz_d(camera().get(), 1200.5, 300.25, &pan, &tilt), 0);
