@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <ostream>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -114,6 +115,10 @@ struct RewriteCase {
     int automatic;
     std::string expected;
 };
+
+// Printed by its name: GoogleTest would otherwise print the record's raw
+// bytes, padding included.
+void PrintTo(const RewriteCase &c, std::ostream *os) { *os << c.name; }
 
 std::vector<RewriteCase> rewrite_cases() {
     const std::string long_lines = "[lens_fov]\nnote = " + std::string(300, 'z') + "\n" + std::string(250, '[') + "\n";
