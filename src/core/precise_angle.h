@@ -37,12 +37,13 @@ struct SinCos {
     double c;
 };
 
-// Nearest integer of v (ties to even), for |v| below 2^51: adding and
-// removing 1.5 * 2^52 leaves no fraction bits, in the default rounding mode.
-inline double nearest_integer(double v) {
-    constexpr double kShift = 6755399441055744.0;  // 1.5 * 2^52
-    return (v + kShift) - kShift;
-}
+// 1.5 * 2^52: a double of magnitude below 2^51 plus this lies in [2^52, 2^53),
+// where the spacing of doubles is 1, so the sum is rounded to a whole number
+// (ties to even, in the default rounding mode) and its low bits hold it.
+inline constexpr double kRoundingShift = 6755399441055744.0;
+
+// Nearest integer of v (ties to even), for |v| below 2^51.
+inline double nearest_integer(double v) { return (v + kRoundingShift) - kRoundingShift; }
 
 // c0 + c1 z + ... + c7 z^7, in pairs and powers of z^2 (Estrin's scheme):
 // no longer a chain of eight products and sums one after another, which
@@ -97,16 +98,22 @@ inline SinCos sincos_deg(double degrees) {
     // Beyond 2^51 quarter turns the quadrant count would not fit; a whole
     // number of turns is removed first (exactly).
     if (!(std::fabs(d) < 1.0e15)) d = std::remainder(d, 360.0);
-    const double q = nearest_integer(d * kPerQuarterTurn);
+    const double shifted = d * kPerQuarterTurn + kRoundingShift;
+    const double q = shifted - kRoundingShift;
     const SinCos k = sincos_quarter((d - q * 90.0) * kDegToRad);
-    // q is a whole number within +-2^51 here (NaN only for a NaN angle, whose
-    // outputs are NaN whatever the quadrant), so the cast is defined.
-    const auto quadrant = static_cast<std::uint64_t>(std::isnan(q) ? 0 : static_cast<std::int64_t>(q));
-    // Quadrants 1 and 3 swap sine and cosine; 2 and 3 turn the sine's sign,
-    // 1 and 2 the cosine's.
-    const double pair[2] = {k.s, k.c};
-    const std::uint64_t swap = quadrant & 1;
-    return {turn_sign(pair[swap], (quadrant >> 1) & 1), turn_sign(pair[swap ^ 1], ((quadrant + 1) >> 1) & 1)};
+    // The low bits of the shifted sum are q + 2^51, so its last two bits are
+    // the quadrant q mod 4, negative q included; no conversion of q to an
+    // integer, which a NaN angle would make undefined (its outputs are NaN
+    // whatever the quadrant).
+    const std::uint64_t quadrant = std::bit_cast<std::uint64_t>(shifted);
+    // Quadrants 1 and 3 swap sine and cosine, by a mask of the bits; 2 and 3
+    // turn the sine's sign, 1 and 2 the cosine's.
+    const std::uint64_t swap = std::uint64_t{0} - (quadrant & 1);
+    const std::uint64_t s = std::bit_cast<std::uint64_t>(k.s);
+    const std::uint64_t c = std::bit_cast<std::uint64_t>(k.c);
+    const double first = std::bit_cast<double>((s & ~swap) | (c & swap));
+    const double second = std::bit_cast<double>((c & ~swap) | (s & swap));
+    return {turn_sign(first, (quadrant >> 1) & 1), turn_sign(second, ((quadrant + 1) >> 1) & 1)};
 }
 
 // The angle of the point (x, y), radians in [-pi, pi], with the signs and

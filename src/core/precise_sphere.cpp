@@ -21,17 +21,16 @@ double great_circle(double pan_a, double tilt_a, double pan_b, double tilt_b) {
     const SinCos dp = sincos_deg(pan_b - pan_a);
     const double cross_east = b.c * dp.s;
     const double cross_north = a.c * b.s - a.s * b.c * dp.c;
-    const double cross = std::sqrt(cross_east * cross_east + cross_north * cross_north);
+    const double cross_squared = cross_east * cross_east + cross_north * cross_north;
     const double dot = a.s * b.s + a.c * b.c * dp.c;
-    double angle;
-    if (dot >= cross) {
-        angle = std::asin(cross);
-    } else if (dot > -cross) {
-        angle = std::acos(dot);
-    } else {
-        angle = kPi - std::asin(cross);  // also NaN for a NaN input
+    // Within 45 degrees of 0 or 180 the dot product is the larger of the
+    // two; compared as squares, so that the square root is taken only where
+    // the arc sine needs it. A NaN fails the test and stays NaN.
+    if (dot * dot > cross_squared) {
+        const double near_end = std::asin(std::sqrt(cross_squared));
+        return (dot > 0.0 ? near_end : kPi - near_end) * kRadToDeg;
     }
-    return angle * kRadToDeg;
+    return std::acos(dot) * kRadToDeg;
 }
 
 int cartesian_to_ptz(double x, double y, double z, double *pan, double *tilt) {
