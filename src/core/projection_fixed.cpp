@@ -281,17 +281,10 @@ PanTiltX direction_of_pixel_x(const DirectionViewX &view, std::int32_t x, std::i
     return {wrap_pan(pan_out), q16_from_float(tilt_out)};
 }
 
+// The view of the mode in use is built in place; the other is only cleared.
 MovementViewX prepare_movement_view_x(const viewgeo_context &ctx) {
-    MovementViewX view{};
-    view.linear = ctx.dewarp_status == 1;
-    view.camera_pan = ctx.pan;
-    view.camera_tilt = ctx.tilt;
-    if (view.linear) {
-        view.linear_view = prepare_linear_view_x(ctx);
-    } else {
-        view.direction_view = prepare_direction_view_x(ctx);
-    }
-    return view;
+    if (ctx.dewarp_status == 1) return {true, ctx.pan, ctx.tilt, prepare_linear_view_x(ctx), {}};
+    return {false, ctx.pan, ctx.tilt, {}, prepare_direction_view_x(ctx)};
 }
 
 void prepare_for_many_points(MovementViewX &view) {

@@ -130,15 +130,21 @@ inline constexpr std::size_t kManyPoints = 4;
 // are read before its outputs are written. n = 0 touches no pointer. A
 // single point takes the path of a single-point call, without the loop's
 // set-up, so that an array of one costs no more than that call; from
-// kManyPoints on, the view is prepared for many points first. Both give the
-// bits of the single-point call.
+// kManyPoints on, the points run on a copy of the view prepared for many
+// points. Each gives the bits of the single-point call.
 template <class View, class In, class OutA, class OutB, class Point>
-void project_each(View view, std::size_t n, const In *a, const In *b, OutA *out_a, OutB *out_b, Point point) {
+void project_each(const View &view, std::size_t n, const In *a, const In *b, OutA *out_a, OutB *out_b,
+                  Point point) {
     if (n == 1) {
         store(point(view, *a, *b), out_a, out_b);
         return;
     }
-    if (n >= kManyPoints) prepare_for_many_points(view);
+    if (n >= kManyPoints) {
+        View many = view;
+        prepare_for_many_points(many);
+        for (std::size_t i = 0; i < n; ++i) store(point(many, a[i], b[i]), &out_a[i], &out_b[i]);
+        return;
+    }
     for (std::size_t i = 0; i < n; ++i) store(point(view, a[i], b[i]), &out_a[i], &out_b[i]);
 }
 

@@ -131,8 +131,8 @@ constexpr q16 q16_div(q16 a, q16 b) {
 // so floor(n * m / 2^(48+l)) = q. m <= 2^49 fits in 64 bits.
 struct Q16Divisor {
     q16 value = 0;
+    std::int32_t shift = 0;        // l above
     std::uint64_t reciprocal = 0;  // m above; 0: none, divide with q16_div
-    int shift = 0;                 // l above
 };
 
 constexpr Q16Divisor q16_divisor(q16 b) { return {b}; }
@@ -171,7 +171,7 @@ constexpr Q16Divisor q16_prepared_divisor(q16 b) {
     const int l = 32 - std::countl_zero(d - 1);  // ceil(log2 d); 0 for d = 1
     const std::uint64_t high = std::uint64_t{1} << (16 + l);
     const std::uint64_t low = ((high % d) << 32) / d;
-    return {b, ((high / d) << 32) + low + 1, l};
+    return {b, l, ((high / d) << 32) + low + 1};
 }
 
 constexpr q16 q16_div(q16 a, const Q16Divisor &divisor) {
