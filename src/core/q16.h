@@ -150,8 +150,8 @@ constexpr std::uint64_t mul_shift_48_by_halves(std::uint64_t n, std::uint64_t m)
 }
 
 // The same product where the compiler has a 128-bit type: one multiply
-// instruction on a 64-bit processor, where the four of the halves cost more
-// than the divide instruction they replace.
+// instruction on a 64-bit processor, where the four products of the halves
+// cost more than the divide instruction they replace.
 #if defined(__SIZEOF_INT128__)
 __extension__ typedef unsigned __int128 uint128;
 constexpr std::uint64_t mul_shift_48(std::uint64_t n, std::uint64_t m) {
