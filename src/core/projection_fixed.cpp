@@ -29,7 +29,7 @@ constexpr q16 kClampTiltLimit = 0x1DFFFF;
 // context (a zero or wrapped picture size, a field of view so small that its
 // lens value rounds to 0). The firmware never checked them; a zero quotient
 // is the defined stand-in here, so such a view maps to its centre line.
-q16 div_or_zero(q16 a, q16 b) { return b == 0 ? 0 : q16_div(a, b); }
+q16 div_or_zero(q16 a, const Q16Divisor &b) { return b.value == 0 ? 0 : q16_div(a, b); }
 
 // Lens value of half a field of view: the field halved by the rounding
 // divide, to radians by the rounding multiply, then g in floating point.
@@ -78,8 +78,15 @@ LinearViewX prepare_linear_view_x(const viewgeo_context &ctx) {
     view.fold_height = static_cast<std::int16_t>(static_cast<std::uint16_t>(ctx.pic_height));
     view.width = pixels_to_q16(ctx.pic_width);
     view.height = pixels_to_q16(ctx.pic_height);
+    view.width_divisor = q16_divisor(view.width);
+    view.height_divisor = q16_divisor(view.height);
     view.picture = picture_of(ctx);
     return view;
+}
+
+void prepare_for_many_points(LinearViewX &view) {
+    view.width_divisor = q16_prepared_divisor(view.width);
+    view.height_divisor = q16_prepared_divisor(view.height);
 }
 
 // Linear mode for dewarped pictures: angles proportional to the pixel.
@@ -93,10 +100,10 @@ PanTiltX linear_direction_of_pixel_x(const LinearViewX &view, std::int32_t x, st
     // Horizontal offset from the centre in proportion to the field of view,
     // wrapped once. The context pan is deliberately not added, though the
     // relative result subtracts it; kept as the firmware has it.
-    const q16 p = wrap_pan(wrap_sub(q16_mul(view.horiz_fov, div_or_zero(fx, view.width)), view.half_horiz_fov));
+    const q16 p = wrap_pan(wrap_sub(q16_mul(view.horiz_fov, div_or_zero(fx, view.width_divisor)), view.half_horiz_fov));
     // Vertical offset, upwards, plus the context tilt.
     const q16 t =
-        wrap_add(wrap_sub(view.half_vert_fov, q16_mul(view.vert_fov, div_or_zero(fy, view.height))), view.camera_tilt);
+        wrap_add(wrap_sub(view.half_vert_fov, q16_mul(view.vert_fov, div_or_zero(fy, view.height_divisor))), view.camera_tilt);
     return {p, t};
 }
 
@@ -115,7 +122,15 @@ PixelViewX prepare_pixel_view_x(const viewgeo_context &ctx) {
         // not rotated: callers rely on this form, so it is kept.
         [&] { return Pixel{q16_mul(pixels_to_q16(ctx.pic_width), kQ16Half), q16_mul(pixels_to_q16(ctx.pic_height), kQ16Half)}; },
         [&](q16 fov) { return half_fov_lens_value(ctx.projection_type, fov); });
+    view.lens_half_h_divisor = q16_divisor(view.lens_half_h);
+    view.lens_half_v_divisor = q16_divisor(view.lens_half_v);
     return view;
+}
+
+void prepare_for_many_points(PixelViewX &view) {
+    if (view.degenerate) return;
+    view.lens_half_h_divisor = q16_prepared_divisor(view.lens_half_h);
+    view.lens_half_v_divisor = q16_prepared_divisor(view.lens_half_v);
 }
 
 Pixel pixel_of_direction_x(const PixelViewX &view, q16 pan, q16 tilt) {
@@ -160,8 +175,8 @@ Pixel pixel_of_direction_x(const PixelViewX &view, q16 pan, q16 tilt) {
         y = q16_mul(g, q16_div(y, s));
     }
     // Normalised picture coordinates.
-    const q16 u = div_or_zero(x, view.lens_half_h);
-    const q16 v = div_or_zero(y, view.lens_half_v);
+    const q16 u = div_or_zero(x, view.lens_half_h_divisor);
+    const q16 v = div_or_zero(y, view.lens_half_v_divisor);
     // Fractions of the picture size from the top-left corner, kept within
     // +-10 so that the following product cannot overflow.
     const q16 cx = std::clamp(wrap_add(q16_div(u, kQ16Two), kQ16Half), -kQ16Ten, kQ16Ten);
@@ -185,6 +200,8 @@ DirectionViewX prepare_direction_view_x(const viewgeo_context &ctx) {
     if (view.degenerate) return view;
     view.width = pixels_to_q16(ctx.pic_width);
     view.height = pixels_to_q16(ctx.pic_height);
+    view.width_divisor = q16_divisor(view.width);
+    view.height_divisor = q16_divisor(view.height);
     // Past the zenith or nadir the picture is upside down about the mirrored
     // tilt. The magnitude test is in float, the sign test on the word.
     const q16 t_c = ctx.tilt;
@@ -204,6 +221,12 @@ DirectionViewX prepare_direction_view_x(const viewgeo_context &ctx) {
     return view;
 }
 
+void prepare_for_many_points(DirectionViewX &view) {
+    if (view.degenerate) return;
+    view.width_divisor = q16_prepared_divisor(view.width);
+    view.height_divisor = q16_prepared_divisor(view.height);
+}
+
 PanTiltX direction_of_pixel_x(const DirectionViewX &view, std::int32_t x, std::int32_t y) {
     if (view.degenerate) return {view.camera_pan, view.camera_tilt};
     // Undo the picture rotation, then to Q16.16, clamped from above only; a
@@ -212,8 +235,8 @@ PanTiltX direction_of_pixel_x(const DirectionViewX &view, std::int32_t x, std::i
     const q16 fx = std::min(pixels_to_q16(unrotated.x), view.width);
     const q16 fy = std::min(pixels_to_q16(unrotated.y), view.height);
     // Normalised coordinates, -1 to +1, v upwards; upside down over the pole.
-    q16 u = q16_mul(wrap_sub(div_or_zero(fx, view.width), kQ16Half), kQ16Two);
-    q16 v = q16_mul(wrap_sub(kQ16Half, div_or_zero(fy, view.height)), kQ16Two);
+    q16 u = q16_mul(wrap_sub(div_or_zero(fx, view.width_divisor), kQ16Half), kQ16Two);
+    q16 v = q16_mul(wrap_sub(kQ16Half, div_or_zero(fy, view.height_divisor)), kQ16Two);
     if (view.over_pole) {
         u = wrap_neg(u);
         v = wrap_neg(v);
@@ -258,17 +281,18 @@ PanTiltX direction_of_pixel_x(const DirectionViewX &view, std::int32_t x, std::i
     return {wrap_pan(pan_out), q16_from_float(tilt_out)};
 }
 
+// The view of the mode in use is built in place; the other is only cleared.
 MovementViewX prepare_movement_view_x(const viewgeo_context &ctx) {
-    MovementViewX view{};
-    view.linear = ctx.dewarp_status == 1;
-    view.camera_pan = ctx.pan;
-    view.camera_tilt = ctx.tilt;
+    if (ctx.dewarp_status == 1) return {true, ctx.pan, ctx.tilt, prepare_linear_view_x(ctx), {}};
+    return {false, ctx.pan, ctx.tilt, {}, prepare_direction_view_x(ctx)};
+}
+
+void prepare_for_many_points(MovementViewX &view) {
     if (view.linear) {
-        view.linear_view = prepare_linear_view_x(ctx);
+        prepare_for_many_points(view.linear_view);
     } else {
-        view.direction_view = prepare_direction_view_x(ctx);
+        prepare_for_many_points(view.direction_view);
     }
-    return view;
 }
 
 PanTiltX movement_of_pixel_x(const MovementViewX &view, std::int32_t x, std::int32_t y) {

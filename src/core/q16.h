@@ -86,16 +86,99 @@ constexpr q16 q16_mul(q16 a, q16 b) {
     return static_cast<q16>(static_cast<std::uint64_t>(((p >> 15) + 1) >> 1));
 }
 
-// Rounding divide a / b, halves away from zero; the sign of the correction
-// follows the dividend alone. A zero divisor saturates by the sign of the
+// |v| as an unsigned word: 2^31 for INT32_MIN.
+constexpr std::uint32_t magnitude_u32(std::int32_t v) {
+    return v < 0 ? 0u - static_cast<std::uint32_t>(v) : static_cast<std::uint32_t>(v);
+}
+
+// The rule of the rounding divide a / b, given the way to divide
+// magnitudes: `divide(n, d)` returns floor(n / d) (its low 32 bits suffice)
+// for the divisor's magnitude d >= 1 and a dividend n below 2^48. The
+// quotient a * 65536 / b is rounded half away from zero with the sign of
+// the correction following the dividend alone: |a * 65536 +- |b|/2| is
+// |a| * 65536 + |b|/2, divided and truncated, and the sign of a / b put
+// back on the 32 bits kept. A zero divisor saturates by the sign of the
 // dividend (0 / 0 gives 0) instead of trapping: a zero picture size or
 // field of view in a caller's context must not stop the process.
-constexpr q16 q16_div(q16 a, q16 b) {
+template <class DivideMagnitudes>
+constexpr q16 q16_div_rule(q16 a, q16 b, DivideMagnitudes divide) {
     if (b == 0) return a > 0 ? INT32_MAX : (a < 0 ? INT32_MIN : 0);
-    const std::int64_t bb = b;
-    const std::int64_t half = (bb < 0 ? -bb : bb) / 2;
-    const std::int64_t n = static_cast<std::int64_t>(a) * 65536 + (a >= 0 ? half : -half);
-    return static_cast<q16>(static_cast<std::uint64_t>(n / bb));
+    const std::uint32_t d = magnitude_u32(b);
+    const std::uint64_t n = (static_cast<std::uint64_t>(magnitude_u32(a)) << 16) + d / 2;
+    const auto q = static_cast<std::uint32_t>(divide(n, d));
+    return (a < 0) != (b < 0) ? static_cast<q16>(0u - q) : static_cast<q16>(q);
+}
+
+// Rounding divide a / b, halves away from zero, by a 64-bit division; no
+// saturation apart from the zero divisor's (the low 32 bits are kept).
+constexpr q16 q16_div(q16 a, q16 b) {
+    return q16_div_rule(a, b, [](std::uint64_t n, std::uint32_t d) { return n / d; });
+}
+
+// A divisor for many rounding divides, `q16_div(a, divisor)`: the same
+// quotient as q16_div(a, divisor.value) for every a. Made by q16_divisor it
+// divides as q16_div does; made by q16_prepared_divisor it carries a
+// reciprocal and divides by a multiplication, which on a processor without
+// a divide instruction saves a library division per quotient for two of
+// its own when it is made.
+//
+// Why the quotient is the same: the dividends have magnitude n < 2^48 and
+// the divisor's magnitude is d, 2^(l-1) < d <= 2^l. The reciprocal is
+// m = floor(2^(48+l) / d) + 1, so m * d = 2^(48+l) + e with 0 < e <= d <= 2^l.
+// For n = q * d + r, 0 <= r < d:
+//   n * m / 2^(48+l) = n / d + n * e / (d * 2^(48+l))
+// is at least q and at most q + r/d + n/(d * 2^48) < q + (d-1)/d + 1/d = q + 1,
+// so floor(n * m / 2^(48+l)) = q. m <= 2^49 fits in 64 bits.
+struct Q16Divisor {
+    q16 value = 0;
+    std::int32_t shift = 0;        // l above
+    std::uint64_t reciprocal = 0;  // m above; 0: none, divide with q16_div
+};
+
+constexpr Q16Divisor q16_divisor(q16 b) { return {b}; }
+
+// floor(n * m / 2^48) for n < 2^48 and m <= 2^49, by 32-bit halves, for
+// processors without a 128-bit product: n * m = t * 2^64 + s * 2^32 + (the
+// low 32 bits of n0 * m0), where t = n1 * m1 and
+// s = n1 * m0 + n0 * m1 + floor(n0 * m0 / 2^32) < 2^51; the low word cannot
+// carry into bit 48, so the result is t * 2^16 + floor(s / 2^16).
+constexpr std::uint64_t mul_shift_48_by_halves(std::uint64_t n, std::uint64_t m) {
+    const std::uint64_t n0 = static_cast<std::uint32_t>(n), n1 = n >> 32;
+    const std::uint64_t m0 = static_cast<std::uint32_t>(m), m1 = m >> 32;
+    const std::uint64_t s = n1 * m0 + n0 * m1 + ((n0 * m0) >> 32);
+    return ((n1 * m1) << 16) + (s >> 16);
+}
+
+// The same product where the compiler has a 128-bit type: one multiply
+// instruction on a 64-bit processor, where the four products of the halves
+// cost more than the divide instruction they replace.
+#if defined(__SIZEOF_INT128__)
+__extension__ typedef unsigned __int128 uint128;
+constexpr std::uint64_t mul_shift_48(std::uint64_t n, std::uint64_t m) {
+    return static_cast<std::uint64_t>((static_cast<uint128>(n) * m) >> 48);
+}
+#else
+constexpr std::uint64_t mul_shift_48(std::uint64_t n, std::uint64_t m) { return mul_shift_48_by_halves(n, m); }
+#endif
+
+// The divisor b with its reciprocal, made with two 64-bit divisions:
+// 2^(48+l) / d as the long division of 2^(16+l) * 2^32, one 32-bit digit of
+// the quotient at a time (the first remainder is below d <= 2^31, so the
+// second dividend fits in 64 bits). A zero divisor has none.
+constexpr Q16Divisor q16_prepared_divisor(q16 b) {
+    if (b == 0) return q16_divisor(b);
+    const std::uint32_t d = magnitude_u32(b);
+    const int l = 32 - std::countl_zero(d - 1);  // ceil(log2 d); 0 for d = 1
+    const std::uint64_t high = std::uint64_t{1} << (16 + l);
+    const std::uint64_t low = ((high % d) << 32) / d;
+    return {b, l, ((high / d) << 32) + low + 1};
+}
+
+constexpr q16 q16_div(q16 a, const Q16Divisor &divisor) {
+    if (divisor.reciprocal == 0) return q16_div(a, divisor.value);
+    return q16_div_rule(a, divisor.value, [&divisor](std::uint64_t n, std::uint32_t) {
+        return mul_shift_48(n, divisor.reciprocal) >> divisor.shift;
+    });
 }
 
 // Degrees to radians and back, both in Q16.16.
