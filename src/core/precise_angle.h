@@ -1,8 +1,9 @@
 // Double-precision building blocks of the precise (_d) geometry: sines and
 // cosines of angles in degrees with exact reduction, the arc tangent of a
 // quotient, pan wrapping into (-180, 180], and the turn between a camera's
-// own frame and pan/tilt directions. Everything here is the ideal model in double precision; the
-// bit-exact forms keep their own constants and never use these.
+// own frame and pan/tilt directions. Everything here is the ideal model in
+// double precision; the bit-exact forms keep their own constants and never
+// use these.
 #pragma once
 
 #include <bit>

@@ -119,6 +119,13 @@ void store(const R &result, A *a, B *b) {
 template <class View>
 void prepare_for_many_points(View &) {}
 
+// A copy of the view, prepared for many points.
+template <class View>
+View prepared_for_many_points(View view) {
+    prepare_for_many_points(view);
+    return view;
+}
+
 // Points from which an array call prepares its view for many points: a
 // prepared Q16.16 divisor costs about three of the divisions it replaces
 // on a processor without a divide instruction, and each is used once per
@@ -139,13 +146,8 @@ void project_each(const View &view, std::size_t n, const In *a, const In *b, Out
         store(point(view, *a, *b), out_a, out_b);
         return;
     }
-    if (n >= kManyPoints) {
-        View many = view;
-        prepare_for_many_points(many);
-        for (std::size_t i = 0; i < n; ++i) store(point(many, a[i], b[i]), &out_a[i], &out_b[i]);
-        return;
-    }
-    for (std::size_t i = 0; i < n; ++i) store(point(view, a[i], b[i]), &out_a[i], &out_b[i]);
+    const View points_view = n >= kManyPoints ? prepared_for_many_points(view) : view;
+    for (std::size_t i = 0; i < n; ++i) store(point(points_view, a[i], b[i]), &out_a[i], &out_b[i]);
 }
 
 }  // namespace viewgeo

@@ -8,6 +8,7 @@
 #include <random>
 
 #include "core/projection_fixed.h"
+#include "core/projection_view.h"
 #include "core/q16.h"
 #include "viewgeo.h"
 
@@ -17,13 +18,6 @@ namespace {
 template <class T>
 bool same_bits(const T &a, const T &b) {
     return std::memcmp(&a, &b, sizeof(T)) == 0;
-}
-
-// A copy of the view as an array call of many points prepares it.
-template <class View>
-View for_many_points(View view) {
-    prepare_for_many_points(view);
-    return view;
 }
 
 class PreparedViewTest : public ::testing::Test {
@@ -66,7 +60,7 @@ TEST_F(PreparedViewTest, PixelsOfDirectionsKeepTheirBits) {
     for (int view = 0; view < 300; ++view) {
         const viewgeo_context ctx = random_view();
         const PixelViewX plain = prepare_pixel_view_x(ctx);
-        const PixelViewX many = for_many_points(plain);
+        const PixelViewX many = prepared_for_many_points(plain);
         if (many.lens_half_h_divisor.reciprocal != 0) ++prepared;
         for (int i = 0; i < 200; ++i) {
             const q16 pan = word(-180, 180);
@@ -83,9 +77,9 @@ TEST_F(PreparedViewTest, DirectionsAndMovementsOfPixelsKeepTheirBits) {
     for (int view = 0; view < 300; ++view) {
         const viewgeo_context ctx = random_view();
         const DirectionViewX plain = prepare_direction_view_x(ctx);
-        const DirectionViewX many = for_many_points(plain);
+        const DirectionViewX many = prepared_for_many_points(plain);
         const MovementViewX plain_movement = prepare_movement_view_x(ctx);
-        const MovementViewX many_movement = for_many_points(plain_movement);
+        const MovementViewX many_movement = prepared_for_many_points(plain_movement);
         if (many.width_divisor.reciprocal != 0) ++prepared;
         if (many_movement.linear_view.height_divisor.reciprocal != 0) ++prepared;
         for (int i = 0; i < 200; ++i) {
