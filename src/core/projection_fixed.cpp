@@ -138,17 +138,12 @@ Pixel pixel_of_direction_x(const PixelViewX &view, q16 pan, q16 tilt) {
     // Pan offset of the target from the camera, within [-180, 180].
     q16 d = pan_offset(pan, view.camera_pan);
     // Near the horizon keep the offset within +-89 degrees, so that points
-    // behind the camera do not land in the picture. Compared as float.
-    if (tilt >= -kClampTiltLimit && tilt <= kClampTiltLimit) {
-        const float df = q16_to_float(d);
-        if (df < -89.0f) {
-            d = -kQ16Deg89;
-        } else if (df > 89.0f) {
-            d = q16_from_float(89.0f);
-        } else {
-            d = q16_from_float(df);
-        }
-    }
+    // behind the camera do not land in the picture. The offset's float form
+    // lies beyond +-89 exactly when the word lies beyond +-89 degrees, and
+    // within them the word comes back unchanged from float, so the clamp is
+    // taken on the word: no float arithmetic, which is a software routine on
+    // processors without an FPU.
+    if (tilt >= -kClampTiltLimit && tilt <= kClampTiltLimit) d = std::clamp(d, -kQ16Deg89, kQ16Deg89);
     // The target on the unit sphere, about the camera's pan.
     const q16 d_rad = q16_deg_to_rad(d);
     const q16 t_rad = q16_deg_to_rad(tilt);
@@ -266,18 +261,19 @@ PanTiltX direction_of_pixel_x(const DirectionViewX &view, std::int32_t x, std::i
     // Tilt of the ray.
     const float e_f = q16_to_float(e);
     float tilt_out = static_cast<float>(std::asin(static_cast<double>(e_f)) * kRadToDegD);
-    // Pan offset of the ray; a ray straight up or down keeps the pan.
-    const float n_f = q16_to_float(n);
-    const float x_f = q16_to_float(rx);
+    // Pan offset of the ray; a ray straight up or down keeps the pan. N and
+    // X as floats are zero, or negative, exactly when their words are, so
+    // the tests read the words: no float comparison, which is a software
+    // routine on processors without an FPU.
     q16 pan_out = view.camera_pan;
-    if (n_f != 0.0f || x_f != 0.0f) {
-        const float ratio = x_f / n_f;
+    if (n != 0 || rx != 0) {
+        const float ratio = q16_to_float(rx) / q16_to_float(n);
         const float q = static_cast<float>(std::atan(static_cast<double>(ratio)) * kRadToDegD);
         pan_out = wrap_add(view.camera_pan, q16_from_float(q));
     }
     // A ray behind the camera is expressed as a tilt past the zenith or
     // nadir with the pan offset kept within +-90, not as a pan turned by 180.
-    if (view.over_pole ? n_f >= 0.0f : n_f < 0.0f) tilt_out = tilt_behind_camera(tilt_out, e_f, view.camera_tilt_f);
+    if (view.over_pole ? n >= 0 : n < 0) tilt_out = tilt_behind_camera(tilt_out, e_f, view.camera_tilt_f);
     return {wrap_pan(pan_out), q16_from_float(tilt_out)};
 }
 

@@ -1,4 +1,5 @@
 // The Q16.16 number format: conversions, rounding multiply and divide.
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -70,6 +71,48 @@ TEST(Q16ToFloat, EqualsTheWordTimesTheTableEntryForEveryMagnitude) {
                 << w;
         }
     }
+}
+
+// The projections test a word's sign and zero, and clamp it to +-89
+// degrees, on the word instead of on its float form. The two must agree for
+// every word; these are visited: every word within 96 degrees, every word
+// around 2^24, where the conversion to float begins to round, every 4099th
+// word of the whole range, and the extremes.
+template <class Visit>
+void for_words_of_the_float_tests(Visit visit) {
+    auto every_word = [&](std::int64_t from, std::int64_t to, std::int64_t step) {
+        for (std::int64_t w = from; w <= to; w += step) visit(static_cast<q16>(w));
+    };
+    constexpr std::int64_t k96Degrees = 96 << 16, k2To24 = std::int64_t{1} << 24;
+    every_word(-k96Degrees, k96Degrees, 1);
+    every_word(k2To24 - 4096, k2To24 + 4096, 1);
+    every_word(-k2To24 - 4096, -k2To24 + 4096, 1);
+    every_word(INT32_MIN, INT32_MAX, 4099);
+    for (const q16 w : {INT32_MIN, INT32_MIN + 1, INT32_MAX - 1, INT32_MAX}) visit(w);
+}
+
+TEST(Q16ToFloat, IsZeroOrNegativeExactlyWhenTheWordIs) {
+    for_words_of_the_float_tests([](q16 w) {
+        const float f = q16_to_float(w);
+        ASSERT_EQ(f == 0.0f, w == 0) << w;
+        ASSERT_EQ(f < 0.0f, w < 0) << w;
+        ASSERT_EQ(f >= 0.0f, w >= 0) << w;
+    });
+}
+
+// The clamp of a pan offset to +-89 degrees near the horizon, in float as
+// the firmware wrote it: below -89 the word for -89, above 89 the word of
+// 89.0f, otherwise the word through float and back.
+q16 clamp_to_89_degrees_in_float(q16 d) {
+    const float df = q16_to_float(d);
+    if (df < -89.0f) return -kQ16Deg89;
+    if (df > 89.0f) return q16_from_float(89.0f);
+    return q16_from_float(df);
+}
+
+TEST(Q16ToFloat, ClampsToEightyNineDegreesLikeTheWord) {
+    for_words_of_the_float_tests(
+        [](q16 w) { ASSERT_EQ(std::clamp(w, -kQ16Deg89, kQ16Deg89), clamp_to_89_degrees_in_float(w)) << w; });
 }
 
 TEST(Q16ToFloat, RoundTripsThroughFromFloatBelow128) {
