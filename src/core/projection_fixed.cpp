@@ -264,10 +264,12 @@ PanTiltX direction_of_pixel_x(const DirectionViewX &view, std::int32_t x, std::i
     // Pan offset of the ray; a ray straight up or down keeps the pan. N and
     // X as floats are zero, or negative, exactly when their words are, so
     // the tests read the words: no float comparison, which is a software
-    // routine on processors without an FPU.
+    // routine on processors without an FPU. Their float forms share the
+    // exact factor 2^-16, so their ratio is the ratio of the words as floats:
+    // two float multiplications fewer.
     q16 pan_out = view.camera_pan;
     if (n != 0 || rx != 0) {
-        const float ratio = q16_to_float(rx) / q16_to_float(n);
+        const float ratio = static_cast<float>(rx) / static_cast<float>(n);
         const float q = static_cast<float>(std::atan(static_cast<double>(ratio)) * kRadToDegD);
         pan_out = wrap_add(view.camera_pan, q16_from_float(q));
     }

@@ -115,6 +115,35 @@ TEST(Q16ToFloat, ClampsToEightyNineDegreesLikeTheWord) {
         [](q16 w) { ASSERT_EQ(std::clamp(w, -kQ16Deg89, kQ16Deg89), clamp_to_89_degrees_in_float(w)) << w; });
 }
 
+// The pan offset divides two words' float forms; both carry the same factor
+// 2^-16 exactly, so the quotient is the one of the words' plain float
+// values, bit for bit, wherever the conversions round and for a zero
+// denominator.
+TEST(Q16ToFloat, RatioOfTwoFloatFormsIsTheRatioOfTheWordsAsFloats) {
+    auto same_ratio = [](q16 a, q16 b) {
+        ASSERT_EQ(std::bit_cast<std::uint32_t>(q16_to_float(a) / q16_to_float(b)),
+                  std::bit_cast<std::uint32_t>(static_cast<float>(a) / static_cast<float>(b)))
+            << a << " / " << b;
+    };
+    const q16 partners[] = {1,         -1,         3,        0x10000,     -0x10001,       0x5A0000,
+                            0xFFFFFF, 0x1000001, -0x1000003, 0x7654321, INT32_MIN, INT32_MAX};
+    auto visit = [&](q16 w) {
+        for (const q16 p : partners) {
+            same_ratio(w, p);
+            if (w != 0) same_ratio(p, w);
+        }
+    };
+    constexpr std::int64_t k2To24 = std::int64_t{1} << 24;
+    for (std::int64_t w = -0x20000; w <= 0x20000; ++w) visit(static_cast<q16>(w));
+    for (std::int64_t w = k2To24 - 4096; w <= k2To24 + 4096; ++w) {
+        visit(static_cast<q16>(w));
+        visit(static_cast<q16>(-w));
+    }
+    for (std::int64_t w = INT32_MIN; w <= INT32_MAX; w += 65537) visit(static_cast<q16>(w));
+    // A zero denominator: the infinity of the numerator's sign.
+    for (const q16 p : partners) same_ratio(p, 0);
+}
+
 TEST(Q16ToFloat, RoundTripsThroughFromFloatBelow128) {
     for (q16 w = -8388607; w <= 8388607; w += 4099) {
         EXPECT_EQ(q16_from_float(q16_to_float(w)), w) << w;
