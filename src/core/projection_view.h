@@ -132,22 +132,31 @@ View prepared_for_many_points(View view) {
 // point.
 inline constexpr std::size_t kManyPoints = 4;
 
-// Runs the point stage `point(view, a[i], b[i])` for i < n and writes the
-// two halves of each result to out_a[i] and out_b[i]. Both inputs of a point
-// are read before its outputs are written. n = 0 touches no pointer. A
-// single point takes the path of a single-point call, without the loop's
-// set-up, so that an array of one costs no more than that call; from
-// kManyPoints on, the points run on a copy of the view prepared for many
-// points. Each gives the bits of the single-point call.
-template <class View, class In, class OutA, class OutB, class Point>
-void project_each(const View &view, std::size_t n, const In *a, const In *b, OutA *out_a, OutB *out_b,
-                  Point point) {
+// The loop of project_each below, for two points or more: a function of its
+// own, so that the one-point path pays none of its set-up (the registers it
+// keeps across the points).
+template <class Prepare, class In, class OutA, class OutB, class Point>
+[[gnu::noinline]] void project_many(Prepare prepare, std::size_t n, const In *a, const In *b, OutA *out_a, OutB *out_b,
+                                    Point point) {
+    const auto view = n >= kManyPoints ? prepared_for_many_points(prepare()) : prepare();
+    for (std::size_t i = 0; i < n; ++i) store(point(view, a[i], b[i]), &out_a[i], &out_b[i]);
+}
+
+// Runs the point stage `point(view, a[i], b[i])` for i < n on the view that
+// `prepare()` makes, and writes the two halves of each result to out_a[i]
+// and out_b[i]. Both inputs of a point are read before its outputs are
+// written. n = 0 touches no pointer and makes no view. A single point takes
+// the path of a single-point call, the view made and the point stage run in
+// place, so that an array of one costs no more than that call; from
+// kManyPoints on, the points run on a view prepared for many points. Each
+// gives the bits of the single-point call.
+template <class Prepare, class In, class OutA, class OutB, class Point>
+void project_each(Prepare prepare, std::size_t n, const In *a, const In *b, OutA *out_a, OutB *out_b, Point point) {
     if (n == 1) {
-        store(point(view, *a, *b), out_a, out_b);
-        return;
+        store(point(prepare(), *a, *b), out_a, out_b);
+    } else if (n != 0) {
+        project_many(prepare, n, a, b, out_a, out_b, point);
     }
-    const View points_view = n >= kManyPoints ? prepared_for_many_points(view) : view;
-    for (std::size_t i = 0; i < n; ++i) store(point(points_view, a[i], b[i]), &out_a[i], &out_b[i]);
 }
 
 }  // namespace viewgeo
@@ -171,13 +180,16 @@ void project_each(const View &view, std::size_t n, const In *a, const In *b, Out
     }                                                                                                                  \
     VIEWGEO_API void viewgeo_to_pixel_##S##_array(const viewgeo_context *ctx, size_t n, const Angle *pan,              \
                                                   const Angle *tilt, int32_t *x, int32_t *y) {                         \
-        project_each(prepare_pixel_view_##S(*ctx), n, pan, tilt, x, y, pixel_of_direction_##S);                        \
+        project_each([ctx] { return prepare_pixel_view_##S(*ctx); }, n,                                                \
+                     pan, tilt, x, y, pixel_of_direction_##S);                                                         \
     }                                                                                                                  \
     VIEWGEO_API void viewgeo_to_ptz_##S##_array(const viewgeo_context *ctx, size_t n, const int32_t *x,                \
                                                 const int32_t *y, Angle *pan, Angle *tilt) {                           \
-        project_each(prepare_direction_view_##S(*ctx), n, x, y, pan, tilt, direction_of_pixel_##S);                    \
+        project_each([ctx] { return prepare_direction_view_##S(*ctx); }, n,                                            \
+                     x, y, pan, tilt, direction_of_pixel_##S);                                                         \
     }                                                                                                                  \
     VIEWGEO_API void viewgeo_to_ptz_##S##_rel_array(const viewgeo_context *ctx, size_t n, const int32_t *x,            \
                                                     const int32_t *y, Angle *pan, Angle *tilt) {                       \
-        project_each(prepare_movement_view_##S(*ctx), n, x, y, pan, tilt, movement_of_pixel_##S);                      \
+        project_each([ctx] { return prepare_movement_view_##S(*ctx); }, n,                                             \
+                     x, y, pan, tilt, movement_of_pixel_##S);                                                          \
     }

@@ -161,12 +161,12 @@ VIEWGEO_API void viewgeo_ovista_to_pixel_f(const viewgeo_ovista_context *octx, c
 
 VIEWGEO_API void viewgeo_ovista_to_ptz_f_array(const viewgeo_ovista_context *octx, const viewgeo_context *vctx, size_t n,
                                                const int *x, const int *y, float *pan, float *tilt) {
-    project_each(prepare_overview_view(*octx, *vctx), n, x, y, pan, tilt, direction_of_pixel);
+    project_each([octx, vctx] { return prepare_overview_view(*octx, *vctx); }, n, x, y, pan, tilt, direction_of_pixel);
 }
 
 VIEWGEO_API void viewgeo_ovista_to_pixel_f_array(const viewgeo_ovista_context *octx, const viewgeo_context *vctx,
                                                  size_t n, const float *pan, const float *tilt, int *x, int *y) {
-    project_each(prepare_overview_view(*octx, *vctx), n, pan, tilt, x, y, pixel_of_direction);
+    project_each([octx, vctx] { return prepare_overview_view(*octx, *vctx); }, n, pan, tilt, x, y, pixel_of_direction);
 }
 
 }  // extern "C"

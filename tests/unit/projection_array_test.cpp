@@ -7,6 +7,7 @@
 // whole output arrays, single against array on this target.
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
@@ -245,6 +246,25 @@ TEST(ProjectionArray, ZeroPointsReadAndWriteNoArray) {
     EXPECT_EQ(out_f[1], -7.0f);
     EXPECT_EQ(out_i[0], -7);
     EXPECT_EQ(out_i[1], -7);
+}
+
+TEST(ProjectionArray, ZeroPointsReadNoContext) {
+    // With n = 0 every pointer may be null, the contexts too: no view is
+    // made, so nothing is read. A read through one would end the child
+    // process by a signal (or a sanitizer's report) instead of the exit.
+    EXPECT_EXIT(
+        {
+            viewgeo_to_pixel_f_array(nullptr, 0, nullptr, nullptr, nullptr, nullptr);
+            viewgeo_to_ptz_f_array(nullptr, 0, nullptr, nullptr, nullptr, nullptr);
+            viewgeo_to_ptz_f_rel_array(nullptr, 0, nullptr, nullptr, nullptr, nullptr);
+            viewgeo_to_pixel_x_array(nullptr, 0, nullptr, nullptr, nullptr, nullptr);
+            viewgeo_to_ptz_x_array(nullptr, 0, nullptr, nullptr, nullptr, nullptr);
+            viewgeo_to_ptz_x_rel_array(nullptr, 0, nullptr, nullptr, nullptr, nullptr);
+            viewgeo_ovista_to_ptz_f_array(nullptr, nullptr, 0, nullptr, nullptr, nullptr, nullptr);
+            viewgeo_ovista_to_pixel_f_array(nullptr, nullptr, 0, nullptr, nullptr, nullptr, nullptr);
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "");
 }
 
 TEST(ProjectionArray, AChangedContextIsReadAfreshOnTheNextCall) {
