@@ -2,7 +2,8 @@
 """Instructions per point of each array form and of its single-point call.
 
 Runs viewgeo_array_instructions under qemu's user-mode emulator with one
-guest instruction per translation block and each block's execution logged,
+guest instruction per translation block (-singlestep, which later qemu
+releases also call -one-insn-per-tb) and each block's execution logged,
 so that the log has one line per instruction executed. Each measurement is
 the difference of two runs, one projecting and one not, so that start-up
 and set-up cancel. The array form's cost per point is taken between N and

@@ -115,18 +115,18 @@ TEST(Q16ToFloat, ClampsToEightyNineDegreesLikeTheWord) {
         [](q16 w) { ASSERT_EQ(std::clamp(w, -kQ16Deg89, kQ16Deg89), clamp_to_89_degrees_in_float(w)) << w; });
 }
 
-// The pan offset divides two words' float forms; both carry the same factor
-// 2^-16 exactly, so the quotient is the one of the words' plain float
-// values, bit for bit, wherever the conversions round and for a zero
-// denominator.
+// The pan offset divides two words as floats in place of their float
+// forms: both forms carry the factor 2^-16 exactly, so the two quotients
+// are the same float, bit for bit, wherever the conversions round and for
+// a zero denominator.
 TEST(Q16ToFloat, RatioOfTwoFloatFormsIsTheRatioOfTheWordsAsFloats) {
     auto same_ratio = [](q16 a, q16 b) {
         ASSERT_EQ(std::bit_cast<std::uint32_t>(q16_to_float(a) / q16_to_float(b)),
                   std::bit_cast<std::uint32_t>(static_cast<float>(a) / static_cast<float>(b)))
             << a << " / " << b;
     };
-    const q16 partners[] = {1,         -1,         3,        0x10000,     -0x10001,       0x5A0000,
-                            0xFFFFFF, 0x1000001, -0x1000003, 0x7654321, INT32_MIN, INT32_MAX};
+    const q16 partners[] = {1,         -1,        3,          0x10000,   -0x10001, 0x5A0000,
+                            0xFFFFFF,  0x1000001, -0x1000003, 0x7654321, INT32_MIN, INT32_MAX};
     auto visit = [&](q16 w) {
         for (const q16 p : partners) {
             same_ratio(w, p);
