@@ -112,9 +112,9 @@ PanTiltX linear_direction_of_pixel_x(const LinearViewX &view, std::int32_t x, st
 PixelViewX prepare_pixel_view_x(const viewgeo_context &ctx) {
     PixelViewX view{};
     view.camera_pan = ctx.pan;
-    const q16 c_rad = q16_deg_to_rad(ctx.tilt);
-    view.camera_tilt_cos = cos_x(c_rad);
-    view.camera_tilt_sin = sin_x(c_rad);
+    const auto [sc, cc] = fixmath::sincosx(q16_deg_to_rad(ctx.tilt));
+    view.camera_tilt_cos = cc;
+    view.camera_tilt_sin = sc;
     view.picture = picture_of(ctx);
     finish_pixel_view(
         view, vertical_fov_x(ctx), ctx.horiz_fov,
@@ -145,12 +145,8 @@ Pixel pixel_of_direction_x(const PixelViewX &view, q16 pan, q16 tilt) {
     // processors without an FPU.
     if (tilt >= -kClampTiltLimit && tilt <= kClampTiltLimit) d = std::clamp(d, -kQ16Deg89, kQ16Deg89);
     // The target on the unit sphere, about the camera's pan.
-    const q16 d_rad = q16_deg_to_rad(d);
-    const q16 t_rad = q16_deg_to_rad(tilt);
-    const q16 cd = cos_x(d_rad);
-    const q16 sd = sin_x(d_rad);
-    const q16 ct = cos_x(t_rad);
-    const q16 st = sin_x(t_rad);
+    const auto [sd, cd] = fixmath::sincosx(q16_deg_to_rad(d));
+    const auto [st, ct] = fixmath::sincosx(q16_deg_to_rad(tilt));
     const q16 p = q16_mul(cd, ct);
     q16 x = q16_mul(sd, ct);
     // Tilted into the camera frame: Z along the optical axis, Y upwards.

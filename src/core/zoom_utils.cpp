@@ -49,9 +49,7 @@ void zoom_fov_f(float zoom_a, float fov, float zoom_b, float &fov_a_out, float &
 void zoom_fov_x(q16 zoom_a, q16 fov, q16 zoom_b, q16 &fov_a_out, q16 &fov_b_out) {
     // Half the field of view in radians: halved first, then converted.
     const q16 h = q16_div(fov, kQ16Two);
-    const q16 a = q16_deg_to_rad(h);
-    const q16 s = fixmath::sinx(a, 16);
-    const q16 c = fixmath::cosx(a, 16);
+    const auto [s, c] = fixmath::sincosx(q16_deg_to_rad(h));
     // A field of view of half a turn has no tangent; 0 is what it has
     // always given.
     const q16 t = c == 0 ? 0 : q16_div(s, c);

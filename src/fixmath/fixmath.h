@@ -28,12 +28,14 @@ std::int32_t sqrtx(std::int32_t x, int frac);
 // to [-1, 1] first, so rounding noise just outside the range is harmless.
 std::int32_t acosx(std::int32_t x, int frac);
 
-// Sine and cosine of one angle of x radians, Q16.16, as sinx and cosx give
-// them: the spherical formulas want both of each angle.
+// Sine and cosine of one angle of x radians, Q16.16, the same words as
+// sinx and cosx give: the spherical formulas want both of each angle, and
+// the two share the reduction of the angle, so the pair costs little more
+// than one of them.
 struct SinCos {
     std::int32_t sin;
     std::int32_t cos;
 };
-inline SinCos sincosx(std::int32_t x) { return {sinx(x, 16), cosx(x, 16)}; }
+SinCos sincosx(std::int32_t x);
 
 }  // namespace viewgeo::fixmath

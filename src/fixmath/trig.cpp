@@ -20,7 +20,6 @@ namespace {
 // is 2^47 / pi = 44798133900177.02, rounded. The rounding error moves the
 // phase of the largest int32 argument by less than 2^-37 turn.
 constexpr std::uint64_t kTurnPerUnit = 44798133900177u;
-constexpr std::uint64_t kQuarterTurn = std::uint64_t{1} << 62;
 
 // pi in Q30 (pi * 2^30 = 3373259426.13, rounded).
 constexpr std::int64_t kPiQ30 = 3373259426;
@@ -87,9 +86,17 @@ constexpr std::array<std::int32_t, kTableSize> make_sin_table() {
 
 constexpr std::array<std::int32_t, kTableSize> kSinTable = make_sin_table();
 
-// Sine of a phase in 2^-64 turns, as Q16.16 rounded to nearest.
-std::int32_t sin_of_phase(std::uint64_t phase) {
-    // Nearest table point and the signed remainder, |d| <= 2^55 (1/512 turn).
+// A phase in 2^-64 turns as the nearest table point and the sine and
+// cosine of the signed remainder d, |d| <= 2^55 (1/512 turn), in Q30. A
+// quarter turn later is 64 points later with the same remainder, so the
+// sine and the cosine of one angle share this step.
+struct PhaseNearPoint {
+    unsigned j;
+    std::int64_t cos_d;
+    std::int64_t sin_d;
+};
+
+PhaseNearPoint near_point(std::uint64_t phase) {
     constexpr int kPointShift = 64 - kTableBits;
     const unsigned j =
         static_cast<unsigned>((phase + (std::uint64_t{1} << (kPointShift - 1))) >> kPointShift);
@@ -103,33 +110,43 @@ std::int32_t sin_of_phase(std::uint64_t phase) {
     // t^3 is below 2^12 in Q30, so the division by 6 is a 32-bit one (a
     // 64-bit division would be a library call on the 32-bit targets).
     const std::int64_t sin_d = t - static_cast<std::int32_t>((t * t2) >> 30) / 6;
+    return {j, cos_d, sin_d};
+}
 
+// Sine of the phase `quarters` quarter turns after p's, as Q16.16 rounded
+// to nearest: the angle-sum rule at the table point.
+std::int32_t sin_after(const PhaseNearPoint &p, unsigned quarters) {
+    const unsigned j = p.j + quarters * kTableQuarter;
     const std::int64_t sin_p = kSinTable[j & kTableMask];
     const std::int64_t cos_p = kSinTable[(j + kTableQuarter) & kTableMask];
-    const std::int64_t s = sin_p * cos_d + cos_p * sin_d;  // Q60
+    const std::int64_t s = sin_p * p.cos_d + cos_p * p.sin_d;  // Q60
     return static_cast<std::int32_t>((s + (std::int64_t{1} << 43)) >> 44);
 }
 
 // Phase of |x|: sine is computed on |x| and given the sign of x, cosine
 // on |x| alone, so both are exactly odd and even although the rounding of
 // the intermediates is not symmetric.
-std::uint64_t phase_of_magnitude(std::int32_t x) {
+PhaseNearPoint near_point_of_magnitude(std::int32_t x) {
     const std::int64_t wide = x;  // -INT32_MIN fits in 64 bits
     const std::uint64_t magnitude = static_cast<std::uint64_t>(wide < 0 ? -wide : wide);
     // Multiplied modulo 2^64: whole turns drop out.
-    return magnitude * kTurnPerUnit;
+    return near_point(magnitude * kTurnPerUnit);
 }
+
+std::int32_t signed_like(std::int32_t x, std::int32_t v) { return x < 0 ? -v : v; }
 
 }  // namespace
 
 // Only Q16.16 is implemented: the argument is read as Q16.16 whatever frac.
 std::int32_t fixmath::sinx(std::int32_t x, int /*frac*/) {
-    const std::int32_t s = sin_of_phase(phase_of_magnitude(x));
-    return x < 0 ? -s : s;
+    return signed_like(x, sin_after(near_point_of_magnitude(x), 0));
 }
 
-std::int32_t fixmath::cosx(std::int32_t x, int /*frac*/) {
-    return sin_of_phase(phase_of_magnitude(x) + kQuarterTurn);
+std::int32_t fixmath::cosx(std::int32_t x, int /*frac*/) { return sin_after(near_point_of_magnitude(x), 1); }
+
+fixmath::SinCos fixmath::sincosx(std::int32_t x) {
+    const PhaseNearPoint p = near_point_of_magnitude(x);
+    return {signed_like(x, sin_after(p, 0)), sin_after(p, 1)};
 }
 
 }  // namespace viewgeo

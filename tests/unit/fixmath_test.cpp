@@ -16,6 +16,7 @@
 #include <random>
 #include <string>
 
+#include "fixmath/fixmath.h"
 #include "fixmath/viewgeo_fx.h"
 
 namespace {
@@ -190,6 +191,31 @@ TEST(FixedPointSineCosine, SquaresSumToOneWithinTheRounding) {
         const std::int64_t c = viewgeo_fx_cosx(static_cast<std::int32_t>(x), kFrac);
         const std::int64_t deviation = s * s + c * c - (std::int64_t{1} << 32);
         ASSERT_LE(std::llabs(deviation), 278046) << "x = " << x;
+    }
+}
+
+// The pair, made with one reduction of the angle, is the sine and the
+// cosine word for word; the sweeps above hold for it through these.
+::testing::AssertionResult pair_is_sine_and_cosine(std::int32_t x) {
+    const viewgeo::fixmath::SinCos sc = viewgeo::fixmath::sincosx(x);
+    const std::int32_t s = viewgeo_fx_sinx(x, kFrac);
+    const std::int32_t c = viewgeo_fx_cosx(x, kFrac);
+    if (sc.sin == s && sc.cos == c) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "x = " << x << ": pair (" << sc.sin << ", " << sc.cos << "), sine " << s
+                                         << ", cosine " << c;
+}
+
+TEST(FixedPointSineCosine, PairIsTheSineAndTheCosineOfTheAngle) {
+    const std::int64_t stride = sweep_stride();
+    for (std::int64_t x = -kEightPiQ16; x <= kEightPiQ16; x += stride) {
+        ASSERT_TRUE(pair_is_sine_and_cosine(static_cast<std::int32_t>(x)));
+    }
+    // Far arguments, where the phase wraps, and the extremes.
+    std::mt19937 gen(20261124u);
+    const std::int64_t draws = std::max<std::int64_t>(1000, 2000000 / stride);
+    for (std::int64_t i = 0; i < draws; ++i) ASSERT_TRUE(pair_is_sine_and_cosine(static_cast<std::int32_t>(gen())));
+    for (const std::int32_t x : {INT32_MIN, INT32_MIN + 1, -1, 0, 1, INT32_MAX - 1, INT32_MAX}) {
+        ASSERT_TRUE(pair_is_sine_and_cosine(x));
     }
 }
 
