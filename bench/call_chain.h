@@ -20,6 +20,7 @@
 #include <type_traits>
 
 #include "core/lens_model.h"
+#include "fixmath/fixmath.h"
 #include "fixmath/viewgeo_fx.h"
 
 namespace viewgeo::bench {
@@ -72,6 +73,7 @@ struct Calls {
     static float lens(std::int32_t type, float theta) { return lens_value(type, theta); }
     static std::int32_t fx_sin(std::int32_t v) { return viewgeo_fx_sinx(v, 16); }
     static std::int32_t fx_cos(std::int32_t v) { return viewgeo_fx_cosx(v, 16); }
+    static fixmath::SinCos fx_sincos(std::int32_t v) { return fixmath::sincosx(v); }
     static std::int32_t fx_sqrt(std::int32_t v) { return viewgeo_fx_sqrtx(v, 16); }
 };
 
@@ -96,6 +98,7 @@ struct Links {
     static float lens(std::int32_t /*type*/, float theta) { return pass(theta); }
     static std::int32_t fx_sin(std::int32_t v) { return pass(v); }
     static std::int32_t fx_cos(std::int32_t v) { return pass(v); }
+    static fixmath::SinCos fx_sincos(std::int32_t v) { return {pass(v), v}; }
     static std::int32_t fx_sqrt(std::int32_t v) { return pass(v); }
 };
 

@@ -17,6 +17,7 @@
 #include <random>
 #include <vector>
 
+#include "fixmath/fixmath.h"
 #include "fixmath/viewgeo_fx.h"
 
 #ifdef VIEWGEO_BENCH_HAVE_LIBFIXMATH
@@ -106,6 +107,11 @@ void BM_FixmathTime(benchmark::State& state) {
 
 std::int32_t ours_sin(std::int32_t x) { return viewgeo_fx_sinx(x, 16); }
 std::int32_t ours_cos(std::int32_t x) { return viewgeo_fx_cosx(x, 16); }
+// Both of one angle, as the projections take them: one reduction.
+std::int32_t ours_sincos(std::int32_t x) {
+    const viewgeo::fixmath::SinCos sc = viewgeo::fixmath::sincosx(x);
+    return sc.sin ^ sc.cos;
+}
 std::int32_t ours_sqrt(std::int32_t x) { return viewgeo_fx_sqrtx(x, 16); }
 std::int32_t ours_acos(std::int32_t x) { return viewgeo_fx_acosx(x, 16); }
 
@@ -124,6 +130,7 @@ BENCHMARK_TEMPLATE(BM_FixmathTime, angles, ours_sin);
 BENCHMARK_TEMPLATE(BM_FixmathTime, angles, libm_sin);
 BENCHMARK_TEMPLATE(BM_FixmathTime, angles, ours_cos);
 BENCHMARK_TEMPLATE(BM_FixmathTime, angles, libm_cos);
+BENCHMARK_TEMPLATE(BM_FixmathTime, angles, ours_sincos);
 BENCHMARK_TEMPLATE(BM_FixmathTime, radicands, ours_sqrt);
 BENCHMARK_TEMPLATE(BM_FixmathTime, radicands, libm_sqrt);
 BENCHMARK_TEMPLATE(BM_FixmathTime, cosines, ours_acos);

@@ -101,14 +101,17 @@ void BM_ArrayPointFloor_ToPtzF(benchmark::State &state) {
     set_per_point(state, 1);
 }
 
-// Pixel form, Q16.16: four fixed-point sines and cosines, one square root,
-// the arc sine of the angle off the axis and its lens value.
+// Pixel form, Q16.16: the fixed-point sine and cosine of the pan offset and
+// of the tilt, one square root, the arc sine of the angle off the axis and
+// its lens value.
 template <class C>
 void BM_ArrayPointFloor_ToPixelX(benchmark::State &state) {
     const std::uint64_t zero = viewgeo::bench::opaque_zero();
     std::int32_t d = 19660, t = -26214;
     for (auto _ : state) {
-        const std::int32_t s = C::fx_sqrt(after(zero, 13107, C::fx_sin(d), C::fx_cos(d), C::fx_sin(t), C::fx_cos(t)));
+        const auto sc_d = C::fx_sincos(d);
+        const auto sc_t = C::fx_sincos(t);
+        const std::int32_t s = C::fx_sqrt(after(zero, 13107, sc_d.sin, sc_d.cos, sc_t.sin, sc_t.cos));
         const double theta = C::asin(after(zero, 0.45, s));
         benchmark::DoNotOptimize(C::lens(2, after(zero, 0.46f, theta)));
         benchmark::DoNotOptimize(d);

@@ -124,10 +124,11 @@ void BM_ToPixelX(benchmark::State &state) {
 }
 BENCHMARK(BM_ToPixelX);
 
-// Direction to pixel must take: the vertical field's tan and atan, six
-// fixed-point sines and cosines, one square root, asin of the axis angle, the
-// lens value of both half fields and (off the axis) of the angle itself. The
-// square root needs all six sines and cosines, asin needs the root, the lens
+// Direction to pixel must take: the vertical field's tan and atan, the
+// fixed-point sine and cosine of three angles (pan offset, target tilt,
+// camera tilt), one square root, asin of the axis angle, the lens value of
+// both half fields and (off the axis) of the angle itself. The square root
+// needs all three sines and cosines, asin needs the root, the lens
 // value of the angle needs asin, and the vertical half field's lens value
 // needs the derivation; the rest is independent.
 template <class C>
@@ -139,8 +140,11 @@ void BM_ToPixelXFloor(benchmark::State &state) {
         const FloorArgs &f = m.floor[i++ & (kSamples - 1)];
         using bench::after;
         const double vfov = C::atan(f.aspect * C::tan(f.derived_half));
-        const std::int32_t s = C::fx_sqrt(after(zero, f.sqrt_arg, C::fx_cos(f.rad_d), C::fx_sin(f.rad_d), C::fx_cos(f.rad_t),
-                                                C::fx_sin(f.rad_t), C::fx_cos(f.rad_c), C::fx_sin(f.rad_c)));
+        const auto sc_d = C::fx_sincos(f.rad_d);
+        const auto sc_t = C::fx_sincos(f.rad_t);
+        const auto sc_c = C::fx_sincos(f.rad_c);
+        const std::int32_t s = C::fx_sqrt(
+            after(zero, f.sqrt_arg, sc_d.sin, sc_d.cos, sc_t.sin, sc_t.cos, sc_c.sin, sc_c.cos));
         const double theta = C::asin(after(zero, f.asin_arg, s));
         float g = C::lens(f.type, f.half_h);
         g += C::lens(f.type, after(zero, f.half_v, vfov));
