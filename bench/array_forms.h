@@ -9,6 +9,7 @@
 #include <random>
 #include <vector>
 
+#include "ovista/context.h"
 #include "viewgeo.h"
 
 namespace viewgeo::bench {
@@ -45,13 +46,7 @@ inline std::vector<View> make_views(std::size_t points, bool directions = true) 
         viewgeo_set_pic_dim(&v.ctx, 1920, 1080);
         viewgeo_set_projection_type(&v.ctx, gen() % 8 == 0 ? 1 : 2);
         viewgeo_set_pic_rot(&v.ctx, gen() % 4 == 0 ? 180 : 0);
-        v.overview = viewgeo_ovista_context{};
-        v.overview.center_x = 0.5f;
-        v.overview.center_y = 0.5f;
-        v.overview.field_angle = 99.0f;
-        v.overview.radius_x = 0.3046875f;
-        v.overview.radius_y = 0.541666687f;
-        v.overview.center_tilt = -90.0f;
+        viewgeo::set_context_to_default(&v.overview);
         v.overview.pan_comp = {1, 0.0f, 0.001f, 0.1f, 0.0f};
         v.overview.y_comp = {2, 1e-6f, 0.0f, 0.01f, 0.5f};
         for (std::size_t i = 0; i < points; ++i) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "core/precise_angle.h"
+#include "ovista/context.h"
 #include "view_cases.h"
 #include "viewgeo.h"
 
@@ -59,12 +60,7 @@ struct Overview {
 const Overview &overview() {
     static const Overview ov = [] {
         Overview out{};
-        out.o.center_x = 0.5f;
-        out.o.center_y = 0.5f;
-        out.o.field_angle = 99.0f;
-        out.o.radius_x = 0.3046875f;
-        out.o.radius_y = 0.541666687f;
-        out.o.center_tilt = -90.0f;
+        viewgeo::set_context_to_default(&out.o);
         viewgeo_set_pic_dim(&out.v, 1920, 1080);
         return out;
     }();
