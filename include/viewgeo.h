@@ -140,10 +140,10 @@ typedef struct viewgeo_context {
  * Allocates a context: rotation 0, derived vertical field of view, dewarp 0,
  * projection type 1 if /usr/share/viewgeo/viewgeo_projection.conf exists and
  * 2 otherwise. Loads /var/run/ptz/mo_data_file if present. Pan, tilt, the
- * fields of view and the picture size are left unset. Null when out of memory.
+ * fields of view and the picture size are 0 until set. Null when out of memory.
  */
 VIEWGEO_API viewgeo_context *viewgeo_context_create(void);
-/** Frees the context and its misalignment data. */
+/** Frees the context and its misalignment data; null is allowed. */
 VIEWGEO_API void viewgeo_context_delete(viewgeo_context *ctx);
 
 /** Sets pan and tilt (degrees), rounded to the nearest Q16.16 word. */

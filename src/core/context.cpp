@@ -48,6 +48,8 @@ viewgeo_context *allocate_context(std::int32_t projection_type) {
 }
 
 void free_context(viewgeo_context *ctx) {
+    // As free() does: a cleanup path may hand over a creation that failed.
+    if (ctx == nullptr) return;
     std::free(ctx->mo_table);
     std::free(ctx->mo_opt_offset);
     std::free(ctx->mo_mech_offset);

@@ -3,6 +3,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 #include "support/temp_root.h"
@@ -100,6 +101,18 @@ TEST(ContextCreate, StartsWithNoMisalignmentDataAndPlainPicture) {
     EXPECT_EQ(c.get()->pan_rotation_steps, 0u);
     EXPECT_EQ(c.get()->tilt_rotation_steps, 0u);
     EXPECT_EQ(c.get()->mo_state, 0);
+}
+
+TEST(ContextDelete, AcceptsNullAsFreeDoes) {
+    // A cleanup path may delete a context whose creation failed. A read
+    // through the null pointer would end the child by a signal (or a
+    // sanitizer's report) instead of the exit.
+    EXPECT_EXIT(
+        {
+            viewgeo_context_delete(nullptr);
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "");
 }
 
 TEST(ContextPanTilt, FloatSetterRoundsToTheNearestWord) {
