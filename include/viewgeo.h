@@ -623,12 +623,13 @@ VIEWGEO_API void load_lens_group(viewgeo_ovista_context *ctx, const char *key, c
  */
 VIEWGEO_API void load_compensator(viewgeo_ovista_compensator *comp, const char *key, const char *value);
 /**
- * Writes the context to `path` atomically through `path` plus ".tmp".
- * Returns 0, or -1 after logging "Failed to save viewgeo_ovista_context at
- * <path>, error code: <errno>/<code>"; code -1 no memory, -2 open, -3 flush,
- * -4 sync, -5 close, -6 chmod, -7 rename, -8 open directory, -9 sync
- * directory, -10 close directory, or the sum of failed print lines (the file
- * is then in place). The temporary file is left behind after a failure.
+ * Writes the context to `path` atomically through `path` plus ".tmp", under
+ * the lock of the path's directory. Returns 0, or -1 after logging "Failed
+ * to save viewgeo_ovista_context at PATH, error code: ERRNO/CODE"; CODE -1
+ * no memory, -2 open (or the directory cannot be locked), -3 flush, -4 sync,
+ * -5 close, -6 chmod, -7 rename, -8 open directory, -9 sync directory, -10
+ * close directory, or the sum of failed print lines (the file is then in
+ * place). The temporary file is left behind after a failure.
  */
 VIEWGEO_API int save_conf(const viewgeo_ovista_context *ctx, const char *path);
 /** Prints the "[common]" group; 0, or minus the number of lines that failed (logged). */
