@@ -15,8 +15,9 @@
  *   - Calculations return no status: degenerate input (a zero field of view,
  *     an unknown picture rotation) gives a defined fallback instead.
  *   - Functions that touch files return 0 on success and a negative value on
- *     failure (or a null pointer for an allocated record); details go to the
- *     system log at error priority.
+ *     failure (or a null pointer for an allocated record); viewgeo_last_error()
+ *     tells the calling thread why. The overview and misalignment functions
+ *     also log at error priority; the remote-camera functions log nothing.
  *   - Records are allocated by the library with malloc and released by the
  *     matching delete function.
  *
@@ -458,11 +459,12 @@ VIEWGEO_API int viewgeo_cartesian_to_ptz_f(float x, float y, float z, float *pan
  * overview pixels to PTZ pan/tilt and back (equidistant fisheye: the angle
  * from the lens axis grows linearly with the distance from the circle's
  * centre). Angles are degrees, all arithmetic single precision. A record
- * belongs to one thread at a time; the configuration reads share one open
- * file with the remote-camera reads, so callers must not let them overlap.
- * Writes of one target (save, backup, restore, save_conf) share its ".tmp"
- * sibling and must not overlap either, also across processes; a save may
- * run while another thread reads the file.
+ * belongs to one thread at a time. The configuration reads keep no shared
+ * state and may run at once with any other reads. The writes (save,
+ * backup, restore, save_conf) hold the lock of the target's directory for
+ * the whole rewrite, so writes in any threads and processes follow one
+ * another; a read that overlaps a write sees the whole old or the whole
+ * new file (see the threads note at the top).
  * ------------------------------------------------------------------------ */
 
 /**

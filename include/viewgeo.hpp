@@ -233,8 +233,8 @@ public:
     }
 
     // Remote camera. The calibration file /etc/viewgeo/remoteptz.conf is
-    // read again on every call; reads must not overlap with other reads of
-    // it or of the overview camera's file.
+    // read again on every call; reads keep no shared state, so they may run
+    // at once in any threads, each with its own Context.
 
     // Puts the remote centre of `channel` into this context's pan/tilt.
     // False (context unchanged) when the file or the channel's group is
