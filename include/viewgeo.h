@@ -362,26 +362,30 @@ typedef struct viewgeo_remote_calibration {
  * and blanks around the brackets included), however often it appears, gets
  * the new key lines, or is appended when absent (on a new line when the old
  * file lacks a final line feed). A missing old file is not an error.
- * Returns 0, after which the readers return the new values; or -1 when the
- * old file exists but is not a regular file of at most 1 MiB or cannot be
- * read, or any step of writing the new file fails (the new file is then
- * removed and the old file stays as it was), or the directory sync fails
- * after the rename. viewgeo_last_error() tells which step failed.
+ * Returns 0, after which the readers return the new values (for a channel
+ * from -99999 to 999999: a group of any other channel is written too, but
+ * the readers never look for it, see viewgeo_get_remote_center()); or -1
+ * when /etc/viewgeo cannot be locked, the old file exists but is not a
+ * regular file of at most 1 MiB or cannot be read, the new text would
+ * exceed 1 MiB, or any step of writing the new file fails (the new file is
+ * then removed and the old file stays as it was), or the directory sync
+ * fails after the rename. viewgeo_last_error() tells which step failed.
  */
 VIEWGEO_API int viewgeo_set_remote_center(int channel, float center_pan, float center_tilt, int calibration_status, int auto_calibrated);
 /**
  * Reads the remote centre of `channel` from /etc/viewgeo/remoteptz.conf into
  * the context's pan and tilt (rounded to Q16.16). Returns 0, or -1 (context
- * untouched) when the file is missing or the channel's group lacks one of
- * its four keys. A channel of 1000000 or more, or of -100000 or less, has no
- * group name: it succeeds without reading the file and sets pan/tilt to 0.
+ * untouched) when the file is missing or cannot be read, or the channel's
+ * group lacks one of its four keys. A channel of 1000000 or more, or of
+ * -100000 or less, has no group name: when the file exists, it succeeds
+ * without reading it and sets pan/tilt to 0.
  */
 VIEWGEO_API int viewgeo_get_remote_center(viewgeo_context *ctx, int channel);
 /**
  * Reads the two calibration flags of `channel` from the file, as
  * viewgeo_get_remote_center() reads the centre. Returns a record the caller
- * frees with free(), or null on the same failures. Channels without a group
- * name give {0, 0}.
+ * frees with free(), or null on the same failures (or out of memory).
+ * Channels without a group name give {0, 0} when the file exists.
  */
 VIEWGEO_API viewgeo_remote_calibration *viewgeo_get_remote_calibrated(int channel);
 
@@ -430,7 +434,7 @@ VIEWGEO_API int viewgeo_get_remote_fov(viewgeo_context *ctx);
  */
 VIEWGEO_API int viewgeo_remote_to_pixel(viewgeo_context *ctx, int32_t *x, int32_t *y, int32_t pan, int32_t tilt, int channel);
 /**
- * Remote pan/tilt (degrees, pan in (-180, 180], tilt in [-90, 90]) of pixel
+ * Remote pan/tilt (degrees, pan in [-180, 180], tilt in [-90, 90]) of pixel
  * (x, y) of a spherical (equirectangular) panorama described by the context:
  * angles proportional to the offset from the centre across horiz_fov and the
  * stored vert_fov field, turned by the context's tilt and then its pan.
@@ -445,9 +449,11 @@ VIEWGEO_API void viewgeo_panorama_spherical_to_remote_ptz(const viewgeo_context 
  */
 VIEWGEO_API void viewgeo_ptz_to_cartesian_f(float pan, float tilt, float *x, float *y, float *z);
 /**
- * Pan (degrees, (-180, 180]) and tilt (degrees, [-90, 90]) of the vector
- * (x, y, z), which need not be of unit length. Returns 0, or -1 with the
- * outputs untouched when its length is 0 or not a number. Pure.
+ * Pan (degrees, [-180, 180]: -180 for a vector on or just below the -x axis,
+ * y = -0 or so small a negative that the angle rounds there) and tilt
+ * (degrees, [-90, 90]) of the vector (x, y, z), which need not be of unit
+ * length. Returns 0, or -1 with the outputs untouched when its length is 0
+ * or not a number. Pure.
  */
 VIEWGEO_API int viewgeo_cartesian_to_ptz_f(float x, float y, float z, float *pan, float *tilt);
 
