@@ -2,7 +2,9 @@
 //
 // RAII owners for the contexts, small value types for directions and pixels,
 // and a Q16.16 value type whose conversions are explicit. Every call goes to
-// the C functions, so results are the same bits as from C.
+// the C functions, so results are the same bits as from C. Needs C++20
+// (defaulted comparisons): -std=c++20, or CMAKE_CXX_STANDARD 20, which the
+// CMake package does not set for its users.
 #ifndef VIEWGEO_HPP
 #define VIEWGEO_HPP
 
