@@ -395,12 +395,14 @@ VIEWGEO_API viewgeo_remote_calibration *viewgeo_get_remote_calibrated(int channe
  * centre as its pan/tilt (see viewgeo_get_remote_center()); it is only read.
  * Below a 100-degree horizontal field this is viewgeo_to_ptz_x(); from 100
  * degrees on, a narrower sub-view centred on the same direction with a
- * corner on the pixel is projected instead. Tilts below -90 are folded back
- * (-180 - tilt) with the pan turned by 180. Pixels outside the picture are
- * projected like any others. Returns 0, or -1 when the sub-view's temporary
- * context cannot be allocated (outputs untouched). No file access besides
- * the presence test of the projection flag file on the wide path. The
- * picture size must not be 0 on the wide path.
+ * corner on the pixel is projected instead, with the lens model and dewarp
+ * flag that a new context gets (the flag file's lens, dewarp 0), not the
+ * context's own (kept as existing callers expect it). Tilts below -90 are
+ * folded back (-180 - tilt) with the pan turned by 180. Pixels outside the
+ * picture are projected like any others. Returns 0, or -1 when the
+ * sub-view's temporary context cannot be allocated (outputs untouched). No
+ * file access besides the presence test of the projection flag file on the
+ * wide path. The picture size must not be 0 on the wide path.
  */
 VIEWGEO_API int viewgeo_to_remote_ptz(const viewgeo_context *ctx, int32_t *pan, int32_t *tilt, int32_t x, int32_t y);
 /**
