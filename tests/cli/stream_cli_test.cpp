@@ -69,6 +69,19 @@ TEST_F(Stream, ReadsAFileGivenWithInput) {
     EXPECT_EQ(count_lines(r.out), 1);
 }
 
+// --input is an option of the tool as a whole, like --json: before the
+// command as well as after it.
+TEST_F(Stream, InputGivenBeforeTheCommandReadsTheSameFile) {
+    root_.write("/pixels.txt", "1200 300\n");
+    const std::string file = "'" + root_.real("/pixels.txt") + "'";
+    const ToolResult after = run("to-ptz --input " + file + kCamera);
+    const ToolResult before = run("--input " + file + " to-ptz" + kCamera);
+    EXPECT_EQ(before.status, 0) << before.err;
+    EXPECT_THAT(before.out, StartsWith("1200\t300\t"));
+    EXPECT_EQ(before.out, after.out);
+    expect_error(run("--input " + file + " frobnicate"), "unknown command 'frobnicate'", 2);
+}
+
 TEST_F(Stream, AMissingInputFileIsAFailureWithTheSystemsReason) {
     expect_error(run("to-ptz --input /nonexistent/pixels.txt" + std::string(kCamera)),
                  "cannot read /nonexistent/pixels.txt: No such file or directory", 1);

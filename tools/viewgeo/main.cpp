@@ -51,14 +51,29 @@ void flush(Session &session) {
     session.output.clear();
 }
 
-// Each word that is not an option must name a subcommand while the command
-// reached so far has any; CLI11 alone would only say that one is required.
-// Empty when they do.
+// Whether `word` names an option of `app` or of a command above it (options
+// fall through) that takes its value from the next word: "--input FILE",
+// not "--input=FILE" nor a flag.
+bool takes_next_word(const CLI::App *app, const std::string &word) {
+    if (word.find('=') != std::string::npos) return false;
+    for (; app != nullptr; app = app->get_parent()) {
+        if (const CLI::Option *option = app->get_option_no_throw(word)) return option->get_items_expected_min() > 0;
+    }
+    return false;
+}
+
+// Each word that is neither an option nor an option's value must name a
+// subcommand while the command reached so far has any; CLI11 alone would
+// only say that one is required. Empty when they do.
 std::string unknown_command(CLI::App &app, const std::vector<std::string> &words) {
     CLI::App *current = &app;
     std::string path;
-    for (const std::string &word : words) {
-        if (!word.empty() && word[0] == '-') continue;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const std::string &word = words[i];
+        if (!word.empty() && word[0] == '-') {
+            if (takes_next_word(current, word)) ++i;
+            continue;
+        }
         if (current->get_subcommands([](CLI::App *) { return true; }).empty()) return "";
         try {
             current = current->get_subcommand(word);
