@@ -2,8 +2,10 @@
 // through one command, values out of range refused, three exit statuses.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <filesystem>
 #include <regex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/tool_test.h"
@@ -196,6 +198,24 @@ TEST_F(Stream, AFailedWriteNamesTheLibrarysFailedStep) {
     const ToolResult r = run("remote set-center 1 0 0");
     EXPECT_EQ(r.status, 1);
     EXPECT_THAT(r.err, HasSubstr("cannot write /etc/viewgeo/remoteptz.conf: lock /etc/viewgeo: No such file or directory"));
+}
+
+// Results that never reach standard output (a full disk) are a failure with
+// the system's reason, never a silent success: one result, a stream, batch
+// mode and the help alike.
+TEST_F(Stream, OutputThatCannotBeWrittenIsAFailure) {
+    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full here";
+    const std::pair<std::string, std::string> runs[] = {{std::string("to-ptz 1200 300") + kCamera, ""},
+                                                        {std::string("to-ptz") + kCamera, "1200 300\n960 540\n"},
+                                                        {"batch", "wrap-pan 190\n"},
+                                                        {"--help", ""}};
+    for (const auto &[args, input] : runs) {
+        const ToolResult r = run_tool(args, root_.real(""), input, "/dev/full");
+        EXPECT_EQ(r.status, 1) << args;
+        EXPECT_EQ(r.err, "viewgeo: cannot write standard output: No space left on device\n") << args;
+    }
+    EXPECT_EQ(run_tool("--json wrap-pan 190", root_.real(""), "", "/dev/full").err,
+              "{\"error\": \"cannot write standard output: No space left on device\"}\n");
 }
 
 }  // namespace

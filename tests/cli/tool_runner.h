@@ -12,7 +12,9 @@ struct ToolResult {
 };
 
 // Runs `viewgeo ARGS` (a shell-quoted argument string) with `input` on its
-// standard input and its files below `root` (a real directory).
-ToolResult run_tool(const std::string &args, const std::string &root, const std::string &input = "");
+// standard input and its files below `root` (a real directory). Standard
+// output goes to `output` when one is named (then `out` stays empty).
+ToolResult run_tool(const std::string &args, const std::string &root, const std::string &input = "",
+                    const std::string &output = "");
 
 }  // namespace viewgeo::testing

@@ -85,13 +85,18 @@ public:
         text_.push_back('"');
     }
     void flush() {
-        if (!text_.empty()) std::fwrite(text_.data(), 1, text_.size(), file_);
+        if (!text_.empty() && std::fwrite(text_.data(), 1, text_.size(), file_) != text_.size() && error_ == 0)
+            error_ = errno;
         text_.clear();
     }
+    // Why the first write that did not go through failed (errno: a full disk,
+    // a closed pipe); 0 while every one did.
+    int error() const { return error_; }
 
 private:
     std::FILE *file_;
     std::string text_;
+    int error_ = 0;
 };
 
 bool pixels(Records records) { return records == Records::Pixels || records == Records::PrecisePixels; }
@@ -174,6 +179,12 @@ public:
         for (const Entry &e : entries_) write(e);
     }
 
+    // Writes out what is still held; the system's reason when a write failed.
+    int finish() {
+        out_.flush();
+        return out_.error();
+    }
+    int write_error() const { return out_.error(); }
     int status() const { return bad_ ? kExitUsage : failed_ ? kExitFailed : kExitOk; }
     std::size_t failures() const { return bad_ + failed_; }
     std::size_t line() const { return line_; }
@@ -418,7 +429,9 @@ int run_stream(const Session &session, const Conversion &conversion) {
         stream.header();
         std::string buffer;
         std::vector<char> chunk(kChunk);
-        for (;;) {
+        // Reading stops where the output cannot be written (a closed pipe
+        // whose signal is ignored): nobody takes the rest.
+        while (stream.write_error() == 0) {
             const std::size_t got = std::fread(chunk.data(), 1, chunk.size(), in);
             if (got == 0) break;
             buffer.append(chunk.data(), got);
@@ -430,7 +443,8 @@ int run_stream(const Session &session, const Conversion &conversion) {
         const bool read_error = std::ferror(in) != 0;
         const int saved = errno;
         if (from_file) std::fclose(in);
-        if (!buffer.empty()) stream.lines(buffer);
+        if (!buffer.empty() && stream.write_error() == 0) stream.lines(buffer);
+        if (const int error = stream.finish(); error != 0) throw output_failure(error);
         if (read_error) {
             throw FileError("cannot read " + (from_file ? session.input : std::string("standard input")) + ": " +
                             std::strerror(saved));
@@ -439,7 +453,8 @@ int run_stream(const Session &session, const Conversion &conversion) {
         failures = stream.failures();
         lines = stream.line();
     }
-    std::fflush(stdout);
+    errno = 0;
+    if (std::fflush(stdout) != 0) throw output_failure(errno);
     if (failures > 0)
         std::fprintf(stderr, "viewgeo: %zu of the %zu input lines failed\n", failures, lines);
     return status;
