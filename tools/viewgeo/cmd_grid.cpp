@@ -348,6 +348,8 @@ void add_grid_command(CLI::App &app, Session &session) {
         CLI::Range(0.5f, 90.0f));
     args->camera.add_to(*grid);
     grid->callback([args, &session] {
+        // The parser's range lets NaN through.
+        check_range("--step", args->step, 0.5, 90.0, false, false, false);
         if (args->svg.empty() && args->png.empty()) throw CLI::RequiredError("--svg or --png");
         args->camera.check(session.raw);
         const Context ctx = args->camera.make_context();
