@@ -2,6 +2,11 @@
 // through one command, values out of range refused, three exit statuses.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <filesystem>
 #include <regex>
 #include <string>
@@ -198,6 +203,45 @@ TEST_F(Stream, AFailedWriteNamesTheLibrarysFailedStep) {
     const ToolResult r = run("remote set-center 1 0 0");
     EXPECT_EQ(r.status, 1);
     EXPECT_THAT(r.err, HasSubstr("cannot write /etc/viewgeo/remoteptz.conf: lock /etc/viewgeo: No such file or directory"));
+}
+
+// A stream fed through a pipe answers each line as it arrives: a program can
+// keep the tool beside it, write a record and read the result before it
+// writes the next. The wait is generous, for an emulated tool: without an
+// answer the test still ends, when the input is closed.
+TEST_F(Stream, AnswersALineOfAPipeBeforeTheInputEnds) {
+    int to_tool[2], from_tool[2];
+    ASSERT_EQ(pipe2(to_tool, O_CLOEXEC), 0);
+    ASSERT_EQ(pipe2(from_tool, O_CLOEXEC), 0);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, to_tool[0], 0);
+    posix_spawn_file_actions_adddup2(&actions, from_tool[1], 1);
+    std::string command = tool_command(std::string("to-ptz") + kCamera, root_.real(""));
+    char shell[] = "/bin/sh", option[] = "-c";
+    char *argv[] = {shell, option, command.data(), nullptr};
+    pid_t child = 0;
+    const int spawned = posix_spawn(&child, "/bin/sh", &actions, nullptr, argv, environ);
+    posix_spawn_file_actions_destroy(&actions);
+    close(to_tool[0]);
+    close(from_tool[1]);
+    ASSERT_EQ(spawned, 0);
+    ASSERT_EQ(write(to_tool[1], "1200 300\n", 9), 9);
+    pollfd ready{from_tool[0], POLLIN, 0};
+    const int answered = poll(&ready, 1, 30000);
+    std::string answer;
+    char text[256];
+    ssize_t got = 0;
+    if (answered == 1 && (got = read(from_tool[0], text, sizeof text)) > 0) answer.assign(text, static_cast<std::size_t>(got));
+    close(to_tool[1]);
+    while ((got = read(from_tool[0], text, sizeof text)) > 0) {
+    }
+    close(from_tool[0]);
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(answered, 1) << "no answer while the input stays open";
+    EXPECT_THAT(answer, StartsWith("1200\t300\t18.302807\t-11.666656\t"));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
 }
 
 // Results that never reach standard output (a full disk) are a failure with
