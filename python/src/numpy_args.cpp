@@ -32,7 +32,9 @@ py::array checked_array(const Arg &arg) {
                              py::str(py::type::of(arg.value)).cast<std::string>());
     }
     const char k = a.dtype().kind();
-    const bool integer = k == 'i' || k == 'u';
+    // NumPy reads an empty list as float64; without elements it holds no
+    // fraction, so it is as good as an empty array of integers.
+    const bool integer = k == 'i' || k == 'u' || (k == 'f' && a.size() == 0);
     const bool real = arg.kind == Kind::Real || arg.kind == Kind::Precise;
     if (real ? !(integer || k == 'f') : !integer) {
         std::string hint;

@@ -176,9 +176,11 @@ a copy; assign it back to change the context.
         .def_readwrite("C", &viewgeo_ovista_compensator::C)
         .def_readwrite("D", &viewgeo_ovista_compensator::D, "Constant term of the cubic; unused by the quadratic.")
         .def("__repr__", &compensator_repr)
+        // An operator: against anything but a Compensator, NotImplemented
+        // (so unequal), never TypeError.
         .def("__eq__", [](const viewgeo_ovista_compensator &a, const viewgeo_ovista_compensator &b) {
             return a.type == b.type && a.A == b.A && a.B == b.B && a.C == b.C && a.D == b.D;
-        })
+        }, py::is_operator())
         .def("__call__", [](const viewgeo_ovista_compensator &c, py::handle x) {
             const Broadcast args{{x, Kind::Real, "x"}};
             const viewgeo_ovista_compensator copy = c;

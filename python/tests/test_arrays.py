@@ -50,6 +50,16 @@ def test_empty_arrays_give_empty_results(ctx):
     assert pan.shape == (0, 3) and pan.dtype == np.float32
 
 
+def test_empty_lists_give_empty_results(ctx):
+    # NumPy reads [] as float64: no pixels, none of them with a fraction.
+    pan, tilt = ctx.to_ptz([], [])
+    assert pan.shape == tilt.shape == (0,) and pan.dtype == np.float32
+    x, y = ctx.to_pixel([], [], fixed=True)
+    assert x.shape == y.shape == (0,) and x.dtype == np.int32
+    assert viewgeo.from_q16([]).shape == (0,)
+    assert ctx.to_ptz([], 300)[0].shape == (0,)
+
+
 def test_non_contiguous_and_fortran_arrays_give_the_contiguous_results(ctx):
     grid = np.arange(0, 1920 * 4, 37, dtype=np.int32)[: 200].reshape(10, 20)
     strided = grid[::2, ::3]

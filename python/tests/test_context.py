@@ -127,6 +127,13 @@ def test_compensators_by_name_and_index():
     assert np.array_equal(comp(np.array([[0.0, 1.0]])), np.array([[4.0, 10.0]], dtype=np.float32))
 
 
+def test_compensators_compare_unequal_to_other_objects():
+    comp = viewgeo.Compensator(1, 0.5)
+    assert comp != viewgeo.Compensator(1, 0.25)
+    assert comp != 5 and not (comp == None)  # noqa: E711
+    assert comp in [1, "x", comp] and viewgeo.Compensator() not in [0, None]
+
+
 def test_rotation_and_mirror_properties():
     o = viewgeo.OvistaContext()
     o.rotation, o.mirror = 270, True

@@ -155,7 +155,9 @@ INSTANTIATE_TEST_SUITE_P(
                       BadArgs{"to-pixel 1 2 --rot", "--rot"}, BadArgs{"no-such-command", "no-such-command"},
                       BadArgs{"zoom-fov 0 60 2", "zoom"}, BadArgs{"zoom-fov -1 60 2", "zoom_a"}, BadArgs{"magnification 0 60", "fov_a"},
                       BadArgs{"grid --svg /nonexistent-dir/x.svg", "--svg"},
-                      BadArgs{"grid --svg x.svg --step 0", "--step"}, BadArgs{"", "subcommand"}),
+                      BadArgs{"grid --svg x.svg --step 0", "--step"}, BadArgs{"", "subcommand"},
+                      BadArgs{"zoom-fov nan 60 2", "zoom_a"}, BadArgs{"zoom-fov 2 60 nan", "zoom_b"},
+                      BadArgs{"grid --svg /nonexistent-dir/x.svg --step nan", "--step"}),
     case_name<BadArgs>);
 
 TEST_F(Tool, EverySubcommandHasHelp) {

@@ -4,10 +4,13 @@
 #include <gtest/gtest.h>
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <regex>
 #include <sstream>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 #include "cli/tool_test.h"
@@ -202,6 +205,46 @@ TEST_P(GridCurves, NoSegmentLeavesTheCurveByMoreThanHalfAPixel) {
 
 INSTANTIATE_TEST_SUITE_P(Views, GridCurves, ::testing::ValuesIn(kViews),
                          [](const ::testing::TestParamInfo<View> &info) { return "View" + std::to_string(info.index); });
+
+// --png without --svg: the tool writes the SVG it renders from itself. A
+// stand-in for rsvg-convert ("-o PNG SVG"), first on the PATH, copies that
+// SVG to the PNG's place, or fails.
+class GridPng : public ToolTest {
+protected:
+    void SetUp() override { path_ = std::getenv("PATH") != nullptr ? std::getenv("PATH") : ""; }
+    void TearDown() override { setenv("PATH", path_.c_str(), 1); }
+    void renderer(bool succeeds) {
+        root_.write("/bin/rsvg-convert", succeeds ? "#!/bin/sh\ncp \"$3\" \"$2\"\n" : "#!/bin/sh\nexit 1\n");
+        ASSERT_EQ(chmod(root_.real("/bin/rsvg-convert").c_str(), 0755), 0);
+        setenv("PATH", (root_.real("/bin") + ":" + path_).c_str(), 1);
+    }
+    std::vector<std::string> files(const std::string &logical) const {
+        std::vector<std::string> names;
+        for (const auto &entry : std::filesystem::directory_iterator(root_.real(logical)))
+            names.push_back(entry.path().filename().string());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+    std::string path_;
+};
+
+TEST_F(GridPng, RendersFromAFileOfItsOwnLeavingTheUsersFilesAlone) {
+    root_.write("/out/view.png.svg", "the user's own file\n");
+    for (const bool succeeds : {true, false}) {
+        SCOPED_TRACE(succeeds ? "renderer succeeds" : "renderer fails");
+        root_.remove("/out/view.png");
+        renderer(succeeds);
+        const ToolResult r = run("grid --png '" + root_.real("/out/view.png") + "' --size 640x480 --hfov 60");
+        EXPECT_EQ(r.status, succeeds ? 0 : 1) << r.err;
+        EXPECT_TRUE(root_.read("/out/view.png.svg") == "the user's own file\n") << "view.png.svg was overwritten";
+        if (succeeds) {
+            EXPECT_THAT(root_.read("/out/view.png"), StartsWith("<?xml"));
+            EXPECT_EQ(files("/out"), (std::vector<std::string>{"view.png", "view.png.svg"}));
+        } else {
+            EXPECT_EQ(files("/out"), std::vector<std::string>{"view.png.svg"});
+        }
+    }
+}
 
 }  // namespace
 }  // namespace viewgeo::testing

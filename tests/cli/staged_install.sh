@@ -23,4 +23,10 @@ man=$(find "$stage/moved/share/man/man1" -name 'viewgeo.1*' | head -n 1)
 grep -q 'EXIT STATUS' "$man" || { echo "the manual page lacks the exit statuses"; exit 1; }
 [ -f "$stage/moved/share/bash-completion/completions/viewgeo" ] || { echo "no bash completion installed"; exit 1; }
 bash -n "$stage/moved/share/bash-completion/completions/viewgeo"
+# The completion, given the words bash-completion's _init_completion would
+# give it: the command's options, also after the tool's own --input FILE.
+offered=$(bash -c '
+    _init_completion() { words=(viewgeo --input pixels.txt to-ptz --re); cword=4; cur=--re; prev=to-ptz; }
+    . "$1"; _viewgeo; echo "${COMPREPLY[*]}"' sh "$stage/moved/share/bash-completion/completions/viewgeo")
+[ "$offered" = "--rel" ] || { echo "completion after --input FILE offers '$offered', not --rel"; exit 1; }
 echo "staged install runs"

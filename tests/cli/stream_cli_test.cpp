@@ -2,8 +2,15 @@
 // through one command, values out of range refused, three exit statuses.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <filesystem>
 #include <regex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/tool_test.h"
@@ -67,6 +74,19 @@ TEST_F(Stream, ReadsAFileGivenWithInput) {
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_THAT(r.out, StartsWith("1200\t300\t"));
     EXPECT_EQ(count_lines(r.out), 1);
+}
+
+// --input is an option of the tool as a whole, like --json: before the
+// command as well as after it.
+TEST_F(Stream, InputGivenBeforeTheCommandReadsTheSameFile) {
+    root_.write("/pixels.txt", "1200 300\n");
+    const std::string file = "'" + root_.real("/pixels.txt") + "'";
+    const ToolResult after = run("to-ptz --input " + file + kCamera);
+    const ToolResult before = run("--input " + file + " to-ptz" + kCamera);
+    EXPECT_EQ(before.status, 0) << before.err;
+    EXPECT_THAT(before.out, StartsWith("1200\t300\t"));
+    EXPECT_EQ(before.out, after.out);
+    expect_error(run("--input " + file + " frobnicate"), "unknown command 'frobnicate'", 2);
 }
 
 TEST_F(Stream, AMissingInputFileIsAFailureWithTheSystemsReason) {
@@ -183,6 +203,63 @@ TEST_F(Stream, AFailedWriteNamesTheLibrarysFailedStep) {
     const ToolResult r = run("remote set-center 1 0 0");
     EXPECT_EQ(r.status, 1);
     EXPECT_THAT(r.err, HasSubstr("cannot write /etc/viewgeo/remoteptz.conf: lock /etc/viewgeo: No such file or directory"));
+}
+
+// A stream fed through a pipe answers each line as it arrives: a program can
+// keep the tool beside it, write a record and read the result before it
+// writes the next. The wait is generous, for an emulated tool: without an
+// answer the test still ends, when the input is closed.
+TEST_F(Stream, AnswersALineOfAPipeBeforeTheInputEnds) {
+    int to_tool[2], from_tool[2];
+    ASSERT_EQ(pipe2(to_tool, O_CLOEXEC), 0);
+    ASSERT_EQ(pipe2(from_tool, O_CLOEXEC), 0);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, to_tool[0], 0);
+    posix_spawn_file_actions_adddup2(&actions, from_tool[1], 1);
+    std::string command = tool_command(std::string("to-ptz") + kCamera, root_.real(""));
+    char shell[] = "/bin/sh", option[] = "-c";
+    char *argv[] = {shell, option, command.data(), nullptr};
+    pid_t child = 0;
+    const int spawned = posix_spawn(&child, "/bin/sh", &actions, nullptr, argv, environ);
+    posix_spawn_file_actions_destroy(&actions);
+    close(to_tool[0]);
+    close(from_tool[1]);
+    ASSERT_EQ(spawned, 0);
+    ASSERT_EQ(write(to_tool[1], "1200 300\n", 9), 9);
+    pollfd ready{from_tool[0], POLLIN, 0};
+    const int answered = poll(&ready, 1, 30000);
+    std::string answer;
+    char text[256];
+    ssize_t got = 0;
+    if (answered == 1 && (got = read(from_tool[0], text, sizeof text)) > 0) answer.assign(text, static_cast<std::size_t>(got));
+    close(to_tool[1]);
+    while ((got = read(from_tool[0], text, sizeof text)) > 0) {
+    }
+    close(from_tool[0]);
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(answered, 1) << "no answer while the input stays open";
+    EXPECT_THAT(answer, StartsWith("1200\t300\t18.302807\t-11.666656\t"));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+}
+
+// Results that never reach standard output (a full disk) are a failure with
+// the system's reason, never a silent success: one result, a stream, batch
+// mode and the help alike.
+TEST_F(Stream, OutputThatCannotBeWrittenIsAFailure) {
+    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full here";
+    const std::pair<std::string, std::string> runs[] = {{std::string("to-ptz 1200 300") + kCamera, ""},
+                                                        {std::string("to-ptz") + kCamera, "1200 300\n960 540\n"},
+                                                        {"batch", "wrap-pan 190\n"},
+                                                        {"--help", ""}};
+    for (const auto &[args, input] : runs) {
+        const ToolResult r = run_tool(args, root_.real(""), input, "/dev/full");
+        EXPECT_EQ(r.status, 1) << args;
+        EXPECT_EQ(r.err, "viewgeo: cannot write standard output: No space left on device\n") << args;
+    }
+    EXPECT_EQ(run_tool("--json wrap-pan 190", root_.real(""), "", "/dev/full").err,
+              "{\"error\": \"cannot write standard output: No space left on device\"}\n");
 }
 
 }  // namespace

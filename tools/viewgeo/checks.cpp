@@ -1,5 +1,5 @@
-// The ranges the tool accepts, why a file operation failed, and the version
-// of the library the tool runs with.
+// The ranges the tool accepts, why a file operation or the output failed,
+// and the version of the library the tool runs with.
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -55,6 +55,10 @@ std::string failure_reason() {
 FileError file_failure(const std::string &what) {
     const std::string reason = failure_reason();
     return FileError(what + (reason.empty() ? " (see the system log)" : ": " + reason));
+}
+
+FileError output_failure(int error) {
+    return FileError(std::string("cannot write standard output") + (error > 0 ? std::string(": ") + std::strerror(error) : ""));
 }
 
 std::string tool_version() { return viewgeo_version(); }

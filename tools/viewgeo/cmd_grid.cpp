@@ -314,6 +314,33 @@ std::string picture_uri(const std::string &path) {
     return std::string("data:") + type + ";base64," + base64(data);
 }
 
+// The SVG a PNG is rendered from when no --svg file is asked for: a new file
+// beside the PNG ("<png>.XXXXXX.svg"), never one that already exists, and
+// removed again whatever happens.
+class RenderSource {
+public:
+    RenderSource(const std::string &png, const std::string &text) : path_(png + ".XXXXXX.svg") {
+        const int fd = mkstemps(path_.data(), 4);
+        if (fd < 0) throw FileError("--png: cannot write a file beside " + png + ": " + std::strerror(errno));
+        std::FILE *file = fdopen(fd, "w");
+        const bool written = file != nullptr && std::fwrite(text.data(), 1, text.size(), file) == text.size();
+        const int error = errno;
+        const bool closed = file != nullptr ? std::fclose(file) == 0 : ::close(fd) == 0;
+        if (!written || !closed) {
+            const int reason = written ? errno : error;
+            std::remove(path_.c_str());
+            throw FileError("--png: cannot write " + path_ + ": " + std::strerror(reason));
+        }
+    }
+    ~RenderSource() { std::remove(path_.c_str()); }
+    RenderSource(const RenderSource &) = delete;
+    RenderSource &operator=(const RenderSource &) = delete;
+    const std::string &path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
 // Renders the SVG file to PNG with rsvg-convert, found on the PATH.
 void render_png(const std::string &svg_path, const std::string &png_path) {
     std::vector<std::string> words{"rsvg-convert", "-o", png_path, svg_path};
@@ -348,6 +375,8 @@ void add_grid_command(CLI::App &app, Session &session) {
         CLI::Range(0.5f, 90.0f));
     args->camera.add_to(*grid);
     grid->callback([args, &session] {
+        // The parser's range lets NaN through.
+        check_range("--step", args->step, 0.5, 90.0, false, false, false);
         if (args->svg.empty() && args->png.empty()) throw CLI::RequiredError("--svg or --png");
         args->camera.check(session.raw);
         const Context ctx = args->camera.make_context();
@@ -406,23 +435,18 @@ void add_grid_command(CLI::App &app, Session &session) {
             << "</text>\n"
             << "</svg>\n";
         const std::string text = out.str();
-        // The PNG is rendered from the SVG file, or from a sibling of the PNG.
-        const std::string svg_path =
-            args->svg.empty() || args->svg == "-" ? args->png + ".svg" : args->svg;
+        const bool svg_file = !args->svg.empty() && args->svg != "-";
         if (args->svg == "-") std::cout << text << std::flush;
-        if (!args->svg.empty() || !args->png.empty()) {
-            if (args->svg != "-" || !args->png.empty()) {
-                std::ofstream file(svg_path);
-                if (!file) throw FileError("--svg: cannot write " + svg_path + ": " + std::strerror(errno));
-                file << text;
-                file.close();
-                if (!file) throw FileError("--svg: cannot write " + svg_path + ": " + std::strerror(errno));
-            }
+        if (svg_file) {
+            std::ofstream file(args->svg);
+            if (!file) throw FileError("--svg: cannot write " + args->svg + ": " + std::strerror(errno));
+            file << text;
+            file.close();
+            if (!file) throw FileError("--svg: cannot write " + args->svg + ": " + std::strerror(errno));
         }
-        if (!args->png.empty()) {
-            render_png(svg_path, args->png);
-            if (svg_path != args->svg) std::remove(svg_path.c_str());
-        }
+        // The PNG is rendered from the SVG file, or from a file of its own.
+        if (svg_file && !args->png.empty()) render_png(args->svg, args->png);
+        if (!svg_file && !args->png.empty()) render_png(RenderSource(args->png, text).path(), args->png);
         if (args->svg == "-") return;  // standard output holds the picture
         Report report;
         if (!args->svg.empty()) report.add_text("svg", args->svg);

@@ -57,6 +57,9 @@ void add_utility_commands(CLI::App &app, Session &session) {
     zoom_cmd->add_option("zoom_b", zoom->c, "zoom factor")->required()->check(CLI::Range(0.0, 1.0e6));
     zoom_cmd->add_flag("--fixed", zoom->fixed, "use the Q16.16 form");
     zoom_cmd->callback([zoom, &session] {
+        // The parser's range lets NaN through.
+        check_range("zoom_a", zoom->a, 0.0, 1.0e6, false, false, false);
+        check_range("zoom_b", zoom->c, 0.0, 1.0e6, false, false, false);
         if (zoom->a == 0.0f || zoom->c == 0.0f) throw CLI::ValidationError("zoom", "zoom factors must not be 0");
         check_range("fov", zoom->b, 0.0, 360.0, true, true, session.raw);
         Report report;

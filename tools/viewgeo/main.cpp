@@ -8,6 +8,7 @@
 // Exit status: 0 success, 1 an operation failed (a file, a calibration),
 // 2 usage or invalid input.
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <iostream>
 #include <memory>
@@ -51,14 +52,29 @@ void flush(Session &session) {
     session.output.clear();
 }
 
-// Each word that is not an option must name a subcommand while the command
-// reached so far has any; CLI11 alone would only say that one is required.
-// Empty when they do.
+// Whether `word` names an option of `app` or of a command above it (options
+// fall through) that takes its value from the next word: "--input FILE",
+// not "--input=FILE" nor a flag.
+bool takes_next_word(const CLI::App *app, const std::string &word) {
+    if (word.find('=') != std::string::npos) return false;
+    for (; app != nullptr; app = app->get_parent()) {
+        if (const CLI::Option *option = app->get_option_no_throw(word)) return option->get_items_expected_min() > 0;
+    }
+    return false;
+}
+
+// Each word that is neither an option nor an option's value must name a
+// subcommand while the command reached so far has any; CLI11 alone would
+// only say that one is required. Empty when they do.
 std::string unknown_command(CLI::App &app, const std::vector<std::string> &words) {
     CLI::App *current = &app;
     std::string path;
-    for (const std::string &word : words) {
-        if (!word.empty() && word[0] == '-') continue;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const std::string &word = words[i];
+        if (!word.empty() && word[0] == '-') {
+            if (takes_next_word(current, word)) ++i;
+            continue;
+        }
         if (current->get_subcommands([](CLI::App *) { return true; }).empty()) return "";
         try {
             current = current->get_subcommand(word);
@@ -109,10 +125,30 @@ bool wants_json(const std::vector<std::string> &words) {
     return false;
 }
 
+// Flushes standard output: 0 when everything written to it went out, else
+// why not (errno of the failed write; -1 when an earlier write failed).
+int flush_output() {
+    errno = 0;
+    if (std::fflush(stdout) != 0) return errno != 0 ? errno : -1;
+    return std::ferror(stdout) != 0 ? -1 : 0;
+}
+
+// The status to exit with, given what flush_output() said: output lost to a
+// full disk or a closed pipe is a failure.
+int written(bool json, int status, int error) {
+    if (error == 0) return status;
+    report_error(json, output_failure(error).what());
+    return kExitFailed;
+}
+
 int run_batch(bool json) {
     int status = 0;
     std::string line;
-    for (int number = 1; std::getline(std::cin, line); ++number) {
+    for (int number = 1;; ++number) {
+        // Each result goes out before the next line is read; reading stops
+        // where the results cannot be written.
+        if (const int error = flush_output(); error != 0) return written(json, status, error);
+        if (!std::getline(std::cin, line)) break;
         if (line.find_first_not_of(" \t\r") == std::string::npos || line[line.find_first_not_of(" \t")] == '#') continue;
         Session session;
         session.json = json;
@@ -147,7 +183,6 @@ int run_batch(bool json) {
         }
         status = 1;
     }
-    std::cout.flush();
     return status;
 }
 
@@ -172,13 +207,13 @@ int main(int argc, char **argv) {
             app->parse(words);
         } catch (const CLI::CallForHelp &e) {
             app->exit(e);
-            return kExitOk;
+            return written(json, kExitOk, flush_output());
         } catch (const CLI::CallForAllHelp &e) {
             app->exit(e);
-            return kExitOk;
+            return written(json, kExitOk, flush_output());
         } catch (const CLI::CallForVersion &e) {
             app->exit(e);
-            return kExitOk;
+            return written(json, kExitOk, flush_output());
         }
     } catch (const CLI::Error &e) {
         std::cout.flush();
@@ -193,5 +228,5 @@ int main(int argc, char **argv) {
     }
     if (batch) return run_batch(session.json);
     flush(session);
-    return session.status;
+    return written(json, session.status, flush_output());
 }

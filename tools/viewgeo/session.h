@@ -124,6 +124,10 @@ std::string failure_reason();
 // The error for a failed file operation: `what` and the system's reason
 // (failure_reason()), or a pointer to the system log when there is none.
 FileError file_failure(const std::string &what);
+// The error for standard output that did not take what was written to it
+// (`error`: errno of the failed write, a full disk or a closed pipe; 0 or
+// less when unknown).
+FileError output_failure(int error);
 // The version of the library the tool runs with.
 std::string tool_version();
 

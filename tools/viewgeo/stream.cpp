@@ -7,11 +7,12 @@
 #include <cstdio>
 #include <cstring>
 #include <string_view>
+#include <unistd.h>
 
 namespace viewgeo::tool {
 namespace {
 
-constexpr std::size_t kChunk = 1 << 20;  // bytes read at a time
+constexpr std::size_t kChunk = 1 << 20;  // bytes read at most at a time
 
 // Output collected in memory and written in large pieces.
 class Out {
@@ -84,14 +85,21 @@ public:
         }
         text_.push_back('"');
     }
+    // Hands everything held to the file, and the file's buffer to the system.
     void flush() {
-        if (!text_.empty()) std::fwrite(text_.data(), 1, text_.size(), file_);
+        if (!text_.empty() && std::fwrite(text_.data(), 1, text_.size(), file_) != text_.size() && error_ == 0)
+            error_ = errno;
         text_.clear();
+        if (std::fflush(file_) != 0 && error_ == 0) error_ = errno;
     }
+    // Why the first write that did not go through failed (errno: a full disk,
+    // a closed pipe); 0 while every one did.
+    int error() const { return error_; }
 
 private:
     std::FILE *file_;
     std::string text_;
+    int error_ = 0;
 };
 
 bool pixels(Records records) { return records == Records::Pixels || records == Records::PrecisePixels; }
@@ -174,6 +182,12 @@ public:
         for (const Entry &e : entries_) write(e);
     }
 
+    // Writes out what is held; the system's reason when a write failed.
+    int send() {
+        out_.flush();
+        return out_.error();
+    }
+    int write_error() const { return out_.error(); }
     int status() const { return bad_ ? kExitUsage : failed_ ? kExitFailed : kExitOk; }
     std::size_t failures() const { return bad_ + failed_; }
     std::size_t line() const { return line_; }
@@ -418,28 +432,38 @@ int run_stream(const Session &session, const Conversion &conversion) {
         stream.header();
         std::string buffer;
         std::vector<char> chunk(kChunk);
-        for (;;) {
-            const std::size_t got = std::fread(chunk.data(), 1, chunk.size(), in);
-            if (got == 0) break;
-            buffer.append(chunk.data(), got);
-            const std::size_t last = buffer.rfind('\n');
-            if (last == std::string::npos) continue;
-            stream.lines(std::string_view(buffer).substr(0, last));
-            buffer.erase(0, last + 1);
+        // What has arrived is converted and written out at once: a pipe fed
+        // a line at a time has its answer before the next line, a file is
+        // read a large chunk at a time. Reading stops where the output cannot
+        // be written (a closed pipe whose signal is ignored): nobody takes
+        // the rest.
+        const int fd = fileno(in);
+        int read_error = 0;
+        while (stream.write_error() == 0) {
+            const ssize_t got = ::read(fd, chunk.data(), chunk.size());
+            if (got < 0 && errno == EINTR) continue;
+            if (got < 0) read_error = errno;
+            if (got <= 0) break;
+            const std::size_t held = buffer.size();
+            buffer.append(chunk.data(), static_cast<std::size_t>(got));
+            // Only the new bytes are searched: a long line is not scanned anew at every read.
+            const std::size_t last = std::string_view(chunk.data(), static_cast<std::size_t>(got)).rfind('\n');
+            if (last == std::string_view::npos) continue;
+            stream.lines(std::string_view(buffer).substr(0, held + last));
+            buffer.erase(0, held + last + 1);
+            stream.send();
         }
-        const bool read_error = std::ferror(in) != 0;
-        const int saved = errno;
         if (from_file) std::fclose(in);
-        if (!buffer.empty()) stream.lines(buffer);
-        if (read_error) {
+        if (!buffer.empty() && stream.write_error() == 0) stream.lines(buffer);
+        if (const int error = stream.send(); error != 0) throw output_failure(error);
+        if (read_error != 0) {
             throw FileError("cannot read " + (from_file ? session.input : std::string("standard input")) + ": " +
-                            std::strerror(saved));
+                            std::strerror(read_error));
         }
         status = stream.status();
         failures = stream.failures();
         lines = stream.line();
     }
-    std::fflush(stdout);
     if (failures > 0)
         std::fprintf(stderr, "viewgeo: %zu of the %zu input lines failed\n", failures, lines);
     return status;

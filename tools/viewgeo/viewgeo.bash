@@ -7,6 +7,7 @@ _viewgeo() {
     local command="" sub="" i
     for ((i = 1; i < cword; i++)); do
         case "${words[i]}" in
+        --input) ((i++)) ;;  # its FILE names no command
         -*) ;;
         *) if [[ -z $command ]]; then command=${words[i]}; elif [[ -z $sub ]]; then sub=${words[i]}; fi ;;
         esac
