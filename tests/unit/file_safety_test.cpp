@@ -10,9 +10,11 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <ostream>
 #include <string>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -21,6 +23,7 @@
 
 #include "core/q16.h"
 #include "platform/fs.h"
+#include "remote/remote_calibration.h"
 #include "support/temp_root.h"
 #include "viewgeo.h"
 
@@ -132,6 +135,34 @@ TEST(RemoteWriteFailure, DirectorySyncFailureIsNamed) {
     fs::inject_failure(Op::FsyncFd, EIO);
     EXPECT_EQ(viewgeo_set_remote_center(1, 1.0f, 2.0f, 0, 0), -1);
     EXPECT_STREQ(viewgeo_last_error(), "fsync /etc/viewgeo: Input/output error");
+}
+
+// Descriptors this process has open.
+int open_descriptors() {
+    int n = 0;
+    for ([[maybe_unused]] const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) ++n;
+    return n;
+}
+
+TEST(RemoteWriteFailure, NoMemoryFailsTheWriteAndReleasesTheFileAndTheLock) {
+    TempRoot root;
+    root.write(kConf, kStore);
+    const int before = open_descriptors();
+    fail_next_remote_store_allocation();
+    int result = 0;
+    EXPECT_NO_THROW(result = viewgeo_set_remote_center(1, 99.0f, 9.0f, 9, 9));
+    EXPECT_EQ(result, -1);
+    EXPECT_STREQ(viewgeo_last_error(), "rewrite /etc/viewgeo/remoteptz.conf: Cannot allocate memory");
+    EXPECT_EQ(open_descriptors(), before);
+    EXPECT_EQ(root.read(kConf), kStore);
+    EXPECT_FALSE(root.exists(kConfNew));
+    // Nobody holds the directory's lock any more.
+    const int dir = ::open(root.real("/etc/viewgeo").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_GE(dir, 0);
+    const int locked = ::flock(dir, LOCK_EX | LOCK_NB);
+    ::close(dir);
+    ASSERT_EQ(locked, 0);  // else the next write would wait for ever
+    EXPECT_EQ(viewgeo_set_remote_center(1, 3.0f, 4.0f, 5, 6), 0);
 }
 
 TEST(RemoteWriteFailure, FailureOfTheFirstWriteLeavesNoFile) {
