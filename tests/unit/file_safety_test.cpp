@@ -219,6 +219,18 @@ TEST(OverviewWriteFailure, EveryFailedStepIsNamedWithItsPath) {
     }
 }
 
+TEST(OverviewWriteFailure, NoMemoryForTheNameOfTheDirectoryToLockIsNamed) {
+    TempRoot root;
+    root.make_dir("/etc/viewgeo");
+    viewgeo_ovista_context *ctx = viewgeo_ovista_context_create();
+    ASSERT_NE(ctx, nullptr);
+    fs::inject_failure(Op::Dirname, ENOMEM);  // the lock's, the first one
+    EXPECT_EQ(viewgeo_ovista_context_save(ctx), -1);
+    EXPECT_STREQ(viewgeo_last_error(), "lock directory of /etc/viewgeo/ovista.conf: Cannot allocate memory");
+    EXPECT_FALSE(root.exists(kOvista));
+    viewgeo_ovista_context_delete(ctx);
+}
+
 TEST(OverviewWriteFailure, FailedLineIsNamed) {
     TempRoot root;
     root.make_dir("/etc/viewgeo");
