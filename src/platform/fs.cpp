@@ -12,6 +12,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include "platform/last_error.h"
 #include "platform/paths.h"
 
 namespace viewgeo::platform::fs {
@@ -83,6 +84,13 @@ int stat(const char *path, struct stat *st) {
 bool exists(const char *path) {
     struct stat st;
     return fs::stat(path, &st) == 0;
+}
+
+bool present(const char *path) {
+    struct stat st;
+    if (fs::stat(path, &st) == 0) return true;
+    if (errno != ENOENT) set_last_error("stat", path);
+    return false;
 }
 
 FILE *fopen(const char *path, const char *mode) {

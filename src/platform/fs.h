@@ -17,6 +17,11 @@ namespace viewgeo::platform::fs {
 int stat(const char *path, struct stat *st);
 // True when a file-status query on the path succeeds.
 bool exists(const char *path);
+// As exists(), for a file the library reads when it is there: a query that
+// fails for another reason than a missing file (a directory on the path
+// that may not be searched, a loop of symbolic links) also gives false, but
+// is recorded for viewgeo_last_error() as "stat <path>: <reason>".
+bool present(const char *path);
 FILE *fopen(const char *path, const char *mode);
 // Opens a file the library reads as untrusted input: without blocking (a
 // FIFO cannot hold the caller), and only when it is a regular file of at most

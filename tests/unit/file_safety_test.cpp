@@ -187,6 +187,43 @@ TEST(LastError, IsPerThreadAndClearedByTheNextCall) {
     EXPECT_STREQ(viewgeo_last_error(), "");
 }
 
+// A file whose status cannot be queried (a directory on its path that may
+// not be searched, a loop of symbolic links) is not a missing file: the
+// readers keep what they do for a missing one, but the reason is given.
+TEST(LastError, OverviewLoadNamesAStatusQueryThatFailsForAnotherReasonThanAMissingFile) {
+    TempRoot root;
+    root.write(kOvista, "[common]\novista_center_pan = 5\n");
+    fs::inject_failure(Op::Stat, EACCES);
+    viewgeo_ovista_context *ctx = viewgeo_ovista_context_create();
+    ASSERT_NE(ctx, nullptr);
+    EXPECT_STREQ(viewgeo_last_error(), "stat /etc/viewgeo/ovista.conf: Permission denied");
+    viewgeo_ovista_context_delete(ctx);
+}
+
+TEST(LastError, MisalignmentLoadNamesAStatusQueryThatFailsForAnotherReasonThanAMissingFile) {
+    TempRoot root;
+    root.write(kMisalignment, "PTZCAL_MECH_OFFSET=1,2\n");
+    fs::inject_failure(Op::Stat, ELOOP, 1);  // the first is the projection flag's
+    viewgeo_context *ctx = viewgeo_context_create();
+    ASSERT_NE(ctx, nullptr);
+    EXPECT_EQ(ctx->mo_state, 0);
+    EXPECT_STREQ(viewgeo_last_error(), "stat /var/run/ptz/mo_data_file: Too many levels of symbolic links");
+    viewgeo_context_delete(ctx);
+}
+
+TEST(LastError, MissingFilesAreNoFailure) {
+    TempRoot root;
+    viewgeo_ovista_context *octx = viewgeo_ovista_context_create();
+    ASSERT_NE(octx, nullptr);
+    EXPECT_STREQ(viewgeo_last_error(), "");
+    viewgeo_ovista_context_delete(octx);
+    viewgeo_context *ctx = viewgeo_context_create();
+    ASSERT_NE(ctx, nullptr);
+    EXPECT_EQ(ctx->mo_state, 0);
+    EXPECT_STREQ(viewgeo_last_error(), "");
+    viewgeo_context_delete(ctx);
+}
+
 TEST(OverviewWriteFailure, EveryFailedStepIsNamedWithItsPath) {
     struct Case {
         Op op;
