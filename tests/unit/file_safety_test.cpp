@@ -425,6 +425,38 @@ TEST(HostileFileMessage, OversizedFileIsNamedAsTooLarge) {
     EXPECT_STREQ(viewgeo_last_error(), "open /etc/viewgeo/remoteptz.conf: File too large");
 }
 
+// A daemon is a session leader without a terminal; opening a terminal would
+// make it the daemon's controlling terminal, whose hang-up kills it.
+// Whether `read` takes one in such a process: 0 when it does not.
+int takes_a_controlling_terminal(void (*read)()) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::setsid();
+        read();
+        const int tty = ::open("/dev/tty", O_RDWR | O_NOCTTY);
+        ::_exit(tty >= 0 ? 1 : 0);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(HostileFileTerminal, NoFileTheLibraryReadsBecomesTheCallersControllingTerminal) {
+    const int master = ::posix_openpt(O_RDWR | O_NOCTTY);
+    if (master < 0 || ::grantpt(master) != 0 || ::unlockpt(master) != 0) {
+        if (master >= 0) ::close(master);
+        GTEST_SKIP() << "no pseudo-terminal";
+    }
+    const std::string terminal = ::ptsname(master);
+    TempRoot root;
+    for (const char *path : {kConf, kOvista, kMisalignment}) std::filesystem::create_symlink(terminal, root.real(path));
+    EXPECT_EQ(takes_a_controlling_terminal([] { View v; }), 0);  // the misalignment data
+    EXPECT_EQ(takes_a_controlling_terminal([] { std::free(viewgeo_get_remote_calibrated(1)); }), 0);
+    EXPECT_EQ(takes_a_controlling_terminal([] { viewgeo_ovista_context_delete(viewgeo_ovista_context_create()); }), 0);
+    EXPECT_EQ(takes_a_controlling_terminal([] { viewgeo_set_remote_center(1, 1.0f, 2.0f, 0, 0); }), 0);
+    ::close(master);
+}
+
 // --- hand-edited headers ---------------------------------------------------
 
 struct HandEdit {
