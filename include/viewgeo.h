@@ -15,10 +15,8 @@
  *   - Calculations return no status: degenerate input (a zero field of view,
  *     an unknown picture rotation) gives a defined fallback instead.
  *   - Functions that touch files return 0 on success and a negative value on
- *     failure (or a null pointer for an allocated record);
- *     viewgeo_last_error() tells why. The overview configuration and the
- *     misalignment data also log their failures to the system log at error
- *     priority; the remote calibration store logs nothing.
+ *     failure (or a null pointer for an allocated record); details go to the
+ *     system log at error priority.
  *   - Records are allocated by the library with malloc and released by the
  *     matching delete function.
  *
@@ -365,10 +363,9 @@ typedef struct viewgeo_remote_calibration {
  * file lacks a final line feed). A missing old file is not an error.
  * Returns 0, after which the readers return the new values; or -1 when the
  * old file exists but is not a regular file of at most 1 MiB or cannot be
- * read, or any step of writing the new file fails (the old file stays as it
- * was; the new file is removed, unless it was complete and only its mode,
- * owner or rename failed: then it stays at the .new path), or the directory
- * sync fails after the rename. viewgeo_last_error() tells which step failed.
+ * read, or any step of writing the new file fails (the new file is then
+ * removed and the old file stays as it was), or the directory sync fails
+ * after the rename. viewgeo_last_error() tells which step failed.
  */
 VIEWGEO_API int viewgeo_set_remote_center(int channel, float center_pan, float center_tilt, int calibration_status, int auto_calibrated);
 /**
