@@ -87,8 +87,10 @@ bool replace_text(char *&field, const char *text) {
 void load_misalignment_data(viewgeo_context *ctx) {
     const char *path = platform::kMisalignmentDataPath;
     platform::clear_last_error();
-    // Missing: nothing changes, and the next offset query looks again.
-    if (!platform::fs::exists(path)) return;
+    // Missing: nothing changes, and the next offset query looks again. A
+    // status query that fails for another reason counts as missing too (as
+    // it always did), with the reason recorded.
+    if (!platform::fs::present(path)) return;
 
     ctx->mo_state = 1;
     FileContents contents;

@@ -84,8 +84,10 @@ void load_ovista_conf(viewgeo_ovista_context **ctx, const char *path) {
         if (*ctx == nullptr) return;
     }
     set_context_to_default(*ctx);
-    // No file is no error: the context keeps its defaults.
-    if (!platform::fs::exists(path)) return;
+    // No file is no error: the context keeps its defaults. One whose status
+    // cannot be queried is taken as missing too (as it always was), with
+    // the reason recorded.
+    if (!platform::fs::present(path)) return;
     const InikitHandle parser(inikit_new());
     if (parser == nullptr || !inikit_load_cfg(parser.get(), path)) {
         platform::set_last_error("read", path);

@@ -194,6 +194,7 @@ public:
         std::string dir;
         if (fs::dirname(target, dir) != 0) {
             failed_ = true;
+            platform::set_last_error("lock directory of", target);
             return;
         }
         fd_ = fs::lock_dir(dir.c_str());

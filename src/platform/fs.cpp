@@ -12,6 +12,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include "platform/last_error.h"
 #include "platform/paths.h"
 
 namespace viewgeo::platform::fs {
@@ -85,6 +86,13 @@ bool exists(const char *path) {
     return fs::stat(path, &st) == 0;
 }
 
+bool present(const char *path) {
+    struct stat st;
+    if (fs::stat(path, &st) == 0) return true;
+    if (errno != ENOENT) set_last_error("stat", path);
+    return false;
+}
+
 FILE *fopen(const char *path, const char *mode) {
     VIEWGEO_FAIL_IF(Op::Fopen, nullptr);
     return std::fopen(ResolvedPath(path).c_str(), mode);
@@ -103,9 +111,11 @@ FILE *fopen_new_for_write(const char *path) {
     VIEWGEO_FAIL_IF(Op::FopenNew, nullptr);
     // Whatever another process left at the path is checked before anything
     // is cut: a symbolic link is not followed, a FIFO does not block the
-    // open, and a file with a second name (a hard link planted there) or
-    // anything but a regular file is refused rather than truncated.
-    const int fd = ::open(ResolvedPath(path).c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
+    // open, a terminal does not become the caller's controlling terminal,
+    // and a file with a second name (a hard link planted there) or anything
+    // but a regular file is refused rather than truncated.
+    const int fd =
+        ::open(ResolvedPath(path).c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
     if (fd < 0) return nullptr;
     auto fail = [fd](int err) { return close_and_fail(fd, err); };
     struct stat st;
@@ -122,7 +132,7 @@ FILE *fopen_new_for_write(const char *path) {
 
 FILE *fopen_regular_for_read(const char *path, std::size_t limit) {
     VIEWGEO_FAIL_IF(Op::Fopen, nullptr);
-    const int fd = ::open(ResolvedPath(path).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const int fd = ::open(ResolvedPath(path).c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (fd < 0) return nullptr;
     auto fail = [fd](int err) { return close_and_fail(fd, err); };
     struct stat st;
@@ -317,7 +327,7 @@ int read_to_end(int fd, std::size_t limit, bool regular_only, std::string &text)
 }
 
 int read_whole(const char *path, std::size_t limit, bool regular_only, std::string &text) {
-    const int flags = regular_only ? O_RDONLY | O_NONBLOCK | O_CLOEXEC : O_RDONLY | O_CLOEXEC;
+    const int flags = regular_only ? O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC : O_RDONLY | O_NOCTTY | O_CLOEXEC;
     const int fd = ::open(ResolvedPath(path).c_str(), flags);
     if (fd < 0) return -1;
     const int result = read_to_end(fd, limit, regular_only, text);

@@ -17,11 +17,17 @@ namespace viewgeo::platform::fs {
 int stat(const char *path, struct stat *st);
 // True when a file-status query on the path succeeds.
 bool exists(const char *path);
+// As exists(), for a file the library reads when it is there: a query that
+// fails for another reason than a missing file (a directory on the path
+// that may not be searched, a loop of symbolic links) also gives false, but
+// is recorded for viewgeo_last_error() as "stat <path>: <reason>".
+bool present(const char *path);
 FILE *fopen(const char *path, const char *mode);
 // Opens a file the library reads as untrusted input: without blocking (a
-// FIFO cannot hold the caller), and only when it is a regular file of at most
-// `limit` bytes; otherwise null with errno EINVAL (not a regular file; EISDIR
-// for a directory) or EFBIG. Counts as a call of fopen() for the failures a
+// FIFO cannot hold the caller), without letting a terminal become the
+// caller's controlling terminal, and only when it is a regular file of at
+// most `limit` bytes; otherwise null with errno EINVAL (not a regular file;
+// EISDIR for a directory) or EFBIG. Counts as a call of fopen() for the failures a
 // test injects.
 FILE *fopen_regular_for_read(const char *path, std::size_t limit);
 // fgets(), feof() and ferror() of the stdio library.
@@ -31,7 +37,8 @@ bool ferror(FILE *file);
 // Opens for writing, creating or truncating, mode 0666 before the umask.
 // Fails (errno ELOOP, ENXIO, EINVAL or EMLINK) rather than write through a
 // symbolic link, block on a FIFO, or truncate a device, a directory or a
-// file that has another name (hard link) at the path.
+// file that has another name (hard link) at the path; a terminal there
+// does not become the caller's controlling terminal.
 FILE *fopen_new_for_write(const char *path);
 int fflush(FILE *file);
 // fsync() of the stream's descriptor.
@@ -65,7 +72,8 @@ int close_fd(int fd);
 // held; its capacity is reused); 0 on success, -1 with errno on failure,
 // `text` then holding nothing of use: a directory (EISDIR), more than `limit`
 // bytes (EFBIG), no memory (ENOMEM), or a failed open or read. Devices and
-// FIFOs are read until their end.
+// FIFOs are read until their end; a terminal does not become the caller's
+// controlling terminal.
 int read_file(const char *path, std::size_t limit, std::string &text);
 // As read_file(), for files whose content comes from outside: opened
 // without blocking, and anything but a regular file fails at once (EINVAL;

@@ -35,4 +35,10 @@ int set_remote_center(int channel, float center_pan, float center_tilt, int cali
 // the readers both judge groups with this.
 bool group_names_channel(std::string_view name, int channel);
 
+#ifdef VIEWGEO_TEST_SEAM
+// Test build only: the next rewrite runs out of memory while it reads the
+// old file.
+void fail_next_remote_store_allocation();
+#endif
+
 }  // namespace viewgeo

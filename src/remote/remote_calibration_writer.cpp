@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
@@ -32,6 +33,20 @@ constexpr int kLineBufferSize = 100;
 // even when the untrusted file holds NUL bytes.
 constexpr char kUnwritten = '\x7f';
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+#ifdef VIEWGEO_TEST_SEAM
+bool fail_allocation = false;
+
+// As if the text of the old file could not grow.
+void check_allocation() {
+    if (fail_allocation) {
+        fail_allocation = false;
+        throw std::bad_alloc();
+    }
+}
+#else
+void check_allocation() {}
+#endif
 
 // Length of the piece fgets() left in `buf`: the position of its
 // terminating NUL, the last NUL of the buffer since the bytes behind it
@@ -64,7 +79,14 @@ int read_old_file(const char *path, std::string &text, bool &exists) {
             fs::fclose(old_file);
             return -1;
         }
-        text.append(buf, piece_length(buf));
+        // The text may fail to grow: the file is closed before that goes on.
+        try {
+            check_allocation();
+            text.append(buf, piece_length(buf));
+        } catch (...) {
+            fs::fclose(old_file);
+            throw;
+        }
         // The file may have grown since it was opened.
         if (text.size() > kInikitMaxFileSize) {
             errno = EFBIG;
@@ -226,6 +248,10 @@ int rewrite_locked(int channel, float center_pan, float center_tilt, int calibra
 
 }  // namespace
 
+#ifdef VIEWGEO_TEST_SEAM
+void fail_next_remote_store_allocation() { fail_allocation = true; }
+#endif
+
 int set_remote_center(int channel, float center_pan, float center_tilt, int calibration_status, int auto_calibrated) {
     platform::clear_last_error();
     const int lock = fs::lock_dir(platform::kConfigDir);
@@ -233,7 +259,15 @@ int set_remote_center(int channel, float center_pan, float center_tilt, int cali
         set_last_error("lock", platform::kConfigDir);
         return -1;
     }
-    const int result = rewrite_locked(channel, center_pan, center_tilt, calibration_status, auto_calibrated);
+    int result = -1;
+    // Out of memory, the rewrite gives up like any other failed step: the
+    // error must not pass through the C interface, nor keep the lock.
+    try {
+        result = rewrite_locked(channel, center_pan, center_tilt, calibration_status, auto_calibrated);
+    } catch (const std::bad_alloc &) {
+        errno = ENOMEM;
+        set_last_error("rewrite", platform::kRemoteConfigPath);
+    }
     fs::unlock_dir(lock);
     return result;
 }

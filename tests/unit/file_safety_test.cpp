@@ -10,9 +10,11 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <ostream>
 #include <string>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -21,6 +23,7 @@
 
 #include "core/q16.h"
 #include "platform/fs.h"
+#include "remote/remote_calibration.h"
 #include "support/temp_root.h"
 #include "viewgeo.h"
 
@@ -134,6 +137,34 @@ TEST(RemoteWriteFailure, DirectorySyncFailureIsNamed) {
     EXPECT_STREQ(viewgeo_last_error(), "fsync /etc/viewgeo: Input/output error");
 }
 
+// Descriptors this process has open.
+int open_descriptors() {
+    int n = 0;
+    for ([[maybe_unused]] const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) ++n;
+    return n;
+}
+
+TEST(RemoteWriteFailure, NoMemoryFailsTheWriteAndReleasesTheFileAndTheLock) {
+    TempRoot root;
+    root.write(kConf, kStore);
+    const int before = open_descriptors();
+    fail_next_remote_store_allocation();
+    int result = 0;
+    EXPECT_NO_THROW(result = viewgeo_set_remote_center(1, 99.0f, 9.0f, 9, 9));
+    EXPECT_EQ(result, -1);
+    EXPECT_STREQ(viewgeo_last_error(), "rewrite /etc/viewgeo/remoteptz.conf: Cannot allocate memory");
+    EXPECT_EQ(open_descriptors(), before);
+    EXPECT_EQ(root.read(kConf), kStore);
+    EXPECT_FALSE(root.exists(kConfNew));
+    // Nobody holds the directory's lock any more.
+    const int dir = ::open(root.real("/etc/viewgeo").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_GE(dir, 0);
+    const int locked = ::flock(dir, LOCK_EX | LOCK_NB);
+    ::close(dir);
+    ASSERT_EQ(locked, 0);  // else the next write would wait for ever
+    EXPECT_EQ(viewgeo_set_remote_center(1, 3.0f, 4.0f, 5, 6), 0);
+}
+
 TEST(RemoteWriteFailure, FailureOfTheFirstWriteLeavesNoFile) {
     TempRoot root;
     root.make_dir("/etc/viewgeo");
@@ -154,6 +185,43 @@ TEST(LastError, IsPerThreadAndClearedByTheNextCall) {
     root.write(kConf, kStore);
     EXPECT_EQ(viewgeo_get_remote_center(v.ctx, 1), 0);
     EXPECT_STREQ(viewgeo_last_error(), "");
+}
+
+// A file whose status cannot be queried (a directory on its path that may
+// not be searched, a loop of symbolic links) is not a missing file: the
+// readers keep what they do for a missing one, but the reason is given.
+TEST(LastError, OverviewLoadNamesAStatusQueryThatFailsForAnotherReasonThanAMissingFile) {
+    TempRoot root;
+    root.write(kOvista, "[common]\novista_center_pan = 5\n");
+    fs::inject_failure(Op::Stat, EACCES);
+    viewgeo_ovista_context *ctx = viewgeo_ovista_context_create();
+    ASSERT_NE(ctx, nullptr);
+    EXPECT_STREQ(viewgeo_last_error(), "stat /etc/viewgeo/ovista.conf: Permission denied");
+    viewgeo_ovista_context_delete(ctx);
+}
+
+TEST(LastError, MisalignmentLoadNamesAStatusQueryThatFailsForAnotherReasonThanAMissingFile) {
+    TempRoot root;
+    root.write(kMisalignment, "PTZCAL_MECH_OFFSET=1,2\n");
+    fs::inject_failure(Op::Stat, ELOOP, 1);  // the first is the projection flag's
+    viewgeo_context *ctx = viewgeo_context_create();
+    ASSERT_NE(ctx, nullptr);
+    EXPECT_EQ(ctx->mo_state, 0);
+    EXPECT_STREQ(viewgeo_last_error(), "stat /var/run/ptz/mo_data_file: Too many levels of symbolic links");
+    viewgeo_context_delete(ctx);
+}
+
+TEST(LastError, MissingFilesAreNoFailure) {
+    TempRoot root;
+    viewgeo_ovista_context *octx = viewgeo_ovista_context_create();
+    ASSERT_NE(octx, nullptr);
+    EXPECT_STREQ(viewgeo_last_error(), "");
+    viewgeo_ovista_context_delete(octx);
+    viewgeo_context *ctx = viewgeo_context_create();
+    ASSERT_NE(ctx, nullptr);
+    EXPECT_EQ(ctx->mo_state, 0);
+    EXPECT_STREQ(viewgeo_last_error(), "");
+    viewgeo_context_delete(ctx);
 }
 
 TEST(OverviewWriteFailure, EveryFailedStepIsNamedWithItsPath) {
@@ -186,6 +254,18 @@ TEST(OverviewWriteFailure, EveryFailedStepIsNamedWithItsPath) {
         EXPECT_STREQ(viewgeo_last_error(), c.message);
         viewgeo_ovista_context_delete(ctx);
     }
+}
+
+TEST(OverviewWriteFailure, NoMemoryForTheNameOfTheDirectoryToLockIsNamed) {
+    TempRoot root;
+    root.make_dir("/etc/viewgeo");
+    viewgeo_ovista_context *ctx = viewgeo_ovista_context_create();
+    ASSERT_NE(ctx, nullptr);
+    fs::inject_failure(Op::Dirname, ENOMEM);  // the lock's, the first one
+    EXPECT_EQ(viewgeo_ovista_context_save(ctx), -1);
+    EXPECT_STREQ(viewgeo_last_error(), "lock directory of /etc/viewgeo/ovista.conf: Cannot allocate memory");
+    EXPECT_FALSE(root.exists(kOvista));
+    viewgeo_ovista_context_delete(ctx);
 }
 
 TEST(OverviewWriteFailure, FailedLineIsNamed) {
@@ -343,6 +423,38 @@ TEST(HostileFileMessage, OversizedFileIsNamedAsTooLarge) {
     plant(root, kConf, Hostile::Oversized);
     EXPECT_EQ(viewgeo_set_remote_center(1, 1.0f, 2.0f, 0, 0), -1);
     EXPECT_STREQ(viewgeo_last_error(), "open /etc/viewgeo/remoteptz.conf: File too large");
+}
+
+// A daemon is a session leader without a terminal; opening a terminal would
+// make it the daemon's controlling terminal, whose hang-up kills it.
+// Whether `read` takes one in such a process: 0 when it does not.
+int takes_a_controlling_terminal(void (*read)()) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::setsid();
+        read();
+        const int tty = ::open("/dev/tty", O_RDWR | O_NOCTTY);
+        ::_exit(tty >= 0 ? 1 : 0);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(HostileFileTerminal, NoFileTheLibraryReadsBecomesTheCallersControllingTerminal) {
+    const int master = ::posix_openpt(O_RDWR | O_NOCTTY);
+    if (master < 0 || ::grantpt(master) != 0 || ::unlockpt(master) != 0) {
+        if (master >= 0) ::close(master);
+        GTEST_SKIP() << "no pseudo-terminal";
+    }
+    const std::string terminal = ::ptsname(master);
+    TempRoot root;
+    for (const char *path : {kConf, kOvista, kMisalignment}) std::filesystem::create_symlink(terminal, root.real(path));
+    EXPECT_EQ(takes_a_controlling_terminal([] { View v; }), 0);  // the misalignment data
+    EXPECT_EQ(takes_a_controlling_terminal([] { std::free(viewgeo_get_remote_calibrated(1)); }), 0);
+    EXPECT_EQ(takes_a_controlling_terminal([] { viewgeo_ovista_context_delete(viewgeo_ovista_context_create()); }), 0);
+    EXPECT_EQ(takes_a_controlling_terminal([] { viewgeo_set_remote_center(1, 1.0f, 2.0f, 0, 0); }), 0);
+    ::close(master);
 }
 
 // --- hand-edited headers ---------------------------------------------------

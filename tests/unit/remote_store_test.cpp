@@ -291,11 +291,13 @@ TEST(RemoteStoreWrite, OldFileThatCannotBeOpenedFailsWithoutLosingIt) {
     EXPECT_EQ(root.read(kConf), kTwoChannels);
 }
 
-TEST(RemoteStoreWrite, OldPathThatIsADirectoryEndsTheCopyAndFailsAtTheRename) {
+TEST(RemoteStoreWrite, OldPathThatIsADirectoryFailsAtOnceAndStays) {
     TempRoot root;
     root.make_dir(kConf);
     EXPECT_EQ(viewgeo_set_remote_center(3, 0.0f, 0.0f, 0, 0), -1);
+    EXPECT_STREQ(viewgeo_last_error(), "open /etc/viewgeo/remoteptz.conf: Is a directory");
     EXPECT_TRUE(std::filesystem::is_directory(root.real(kConf)));
+    EXPECT_FALSE(root.exists(kConfNew));
 }
 
 // Each failure before the rename leaves the old file as it was.
