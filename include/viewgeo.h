@@ -367,9 +367,11 @@ typedef struct viewgeo_remote_calibration {
  * the readers never look for it, see viewgeo_get_remote_center()); or -1
  * when /etc/viewgeo cannot be locked, the old file exists but is not a
  * regular file of at most 1 MiB or cannot be read, the new text would
- * exceed 1 MiB, or any step of writing the new file fails (the new file is
- * then removed and the old file stays as it was), or the directory sync
- * fails after the rename. viewgeo_last_error() tells which step failed.
+ * exceed 1 MiB, or any step of writing the new file fails (the old file
+ * stays as it was; the new file is removed, unless it was complete and only
+ * its mode, owner or rename failed: then it stays at the .new path), or the
+ * directory sync fails after the rename. viewgeo_last_error() tells which
+ * step failed.
  */
 VIEWGEO_API int viewgeo_set_remote_center(int channel, float center_pan, float center_tilt, int calibration_status, int auto_calibrated);
 /**
