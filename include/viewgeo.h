@@ -610,7 +610,8 @@ VIEWGEO_API int viewgeo_ovista_context_backup(const viewgeo_ovista_context *ctx)
  * Loads /etc/viewgeo/ovista.bak into a new context (defaults when it is
  * missing), saves that to /etc/viewgeo/ovista.conf, frees *ctx and stores
  * the new context there, even when the save failed. Returns the save's
- * 0 or -1; -1 with *ctx untouched when the backup cannot be read or memory
+ * 0 or -1; -1 with *ctx and the working file untouched when the backup
+ * cannot be read, its status cannot be queried (it may be there), or memory
  * is exhausted. ctx must not be null.
  */
 VIEWGEO_API int viewgeo_ovista_context_restore(viewgeo_ovista_context **ctx);

@@ -52,6 +52,9 @@ inline constexpr OvistaCompensatorGroup kOvistaCompensatorGroups[] = {
     {"y_comp", &viewgeo_ovista_context::y_comp},
 };
 
+// The log line of a file that could not be loaded (its path).
+inline constexpr const char *kOvistaLoadFailed = "Failed to load viewgeo_ovista_context at %s.";
+
 void load_ovista_conf(viewgeo_ovista_context **ctx, const char *path);
 void load_ovista_common(viewgeo_ovista_context *ctx, const char *key, const char *value);
 void load_ovista_lens(viewgeo_ovista_context *ctx, const char *key, const char *value);

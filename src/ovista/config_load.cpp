@@ -93,7 +93,7 @@ void load_ovista_conf(viewgeo_ovista_context **ctx, const char *path) {
         platform::set_last_error("read", path);
         std::free(*ctx);
         *ctx = nullptr;
-        platform::log_error("Failed to load viewgeo_ovista_context at %s.", path);
+        platform::log_error(kOvistaLoadFailed, path);
         return;
     }
     while (const inikit_entry *entry = inikit_get_next_cfg(parser.get())) take_entry(*ctx, *entry);

@@ -236,9 +236,15 @@ int restore_ovista_conf(viewgeo_ovista_context **ctx) {
     // both lie in the same directory.
     const DirectoryLock lock(path);
     if (lock.failed()) return lock_failed(path);
-    viewgeo_ovista_context *restored = nullptr;
     // A missing backup is no error: the context and the working file then go
-    // back to the defaults, on purpose.
+    // back to the defaults, on purpose. A backup whose status cannot be
+    // queried may well be there, so the defaults would overwrite a working
+    // calibration with values nobody chose: that restore fails instead.
+    if (platform::fs::presence(platform::kOvistaBackupPath) == platform::fs::Presence::unknown) {
+        platform::log_error(kOvistaLoadFailed, platform::kOvistaBackupPath);
+        return -1;
+    }
+    viewgeo_ovista_context *restored = nullptr;
     load_ovista_conf(&restored, platform::kOvistaBackupPath);
     if (restored == nullptr) return -1;
     const int saved = save_locked(restored, path);

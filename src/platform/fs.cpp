@@ -86,12 +86,15 @@ bool exists(const char *path) {
     return fs::stat(path, &st) == 0;
 }
 
-bool present(const char *path) {
+Presence presence(const char *path) {
     struct stat st;
-    if (fs::stat(path, &st) == 0) return true;
-    if (errno != ENOENT) set_last_error("stat", path);
-    return false;
+    if (fs::stat(path, &st) == 0) return Presence::present;
+    if (errno == ENOENT) return Presence::missing;
+    set_last_error("stat", path);
+    return Presence::unknown;
 }
+
+bool present(const char *path) { return presence(path) == Presence::present; }
 
 FILE *fopen(const char *path, const char *mode) {
     VIEWGEO_FAIL_IF(Op::Fopen, nullptr);

@@ -17,10 +17,13 @@ namespace viewgeo::platform::fs {
 int stat(const char *path, struct stat *st);
 // True when a file-status query on the path succeeds.
 bool exists(const char *path);
-// As exists(), for a file the library reads when it is there: a query that
-// fails for another reason than a missing file (a directory on the path
-// that may not be searched, a loop of symbolic links) also gives false, but
-// is recorded for viewgeo_last_error() as "stat <path>: <reason>".
+// Whether a file the library reads when it is there is there. A status
+// query that fails for another reason than a missing file (a directory on
+// the path that may not be searched, a loop of symbolic links) leaves it
+// unknown, and is recorded for viewgeo_last_error() as "stat <path>: <reason>".
+enum class Presence { present, missing, unknown };
+Presence presence(const char *path);
+// presence() is present; unknown counts as missing.
 bool present(const char *path);
 FILE *fopen(const char *path, const char *mode);
 // Opens a file the library reads as untrusted input: without blocking (a

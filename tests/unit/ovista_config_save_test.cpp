@@ -493,6 +493,26 @@ TEST(OvistaConfigRestore, UnreadableBackupLeavesTheContextAndFails) {
     EXPECT_EQ(captured_log()[0], "Failed to load viewgeo_ovista_context at /etc/viewgeo/ovista.bak.");
 }
 
+// A backup that may be there but cannot be examined (here a link to itself)
+// is not a missing one: writing the defaults would replace the working
+// calibration with values nobody chose.
+TEST(OvistaConfigRestore, BackupWhoseStatusCannotBeQueriedKeepsTheWorkingFileAndFails) {
+    TempRoot root;
+    root.write(kConf, kOld);
+    ASSERT_EQ(::symlink(root.real(kBak).c_str(), root.real(kBak).c_str()), 0);
+    OvistaPtr owned = default_context();
+    ASSERT_NE(owned, nullptr);
+    owned->field_angle = 77.0f;
+    viewgeo_ovista_context *ctx = owned.get();
+    EXPECT_EQ(viewgeo_ovista_context_restore(&ctx), -1);
+    EXPECT_EQ(ctx, owned.get());
+    EXPECT_EQ(ctx->field_angle, 77.0f);
+    EXPECT_EQ(root.read(kConf), kOld);
+    EXPECT_STREQ(viewgeo_last_error(), "stat /etc/viewgeo/ovista.bak: Too many levels of symbolic links");
+    ASSERT_EQ(captured_log().size(), 1u);
+    EXPECT_EQ(captured_log()[0], "Failed to load viewgeo_ovista_context at /etc/viewgeo/ovista.bak.");
+}
+
 TEST(OvistaConfigRestore, ReplacesTheContextEvenWhenTheSaveFails) {
     TempRoot root;
     root.write(kBak, "[common]\novista_center_pan = 45\n");
