@@ -187,6 +187,29 @@ TEST_F(Stream, JsonErrorsAreObjects) {
               "{\"error\": \"unknown command 'no-such-command' (see viewgeo --help)\"}\n");
 }
 
+// Input lines and arguments are bytes: whatever they hold, each JSON line
+// is valid JSON. Control characters are escaped; a byte sequence that is not
+// UTF-8 reads U+FFFD, one for each piece a decoder rejects; real UTF-8 text
+// passes unchanged.
+TEST_F(Stream, JsonStaysValidWhateverBytesTheInputHolds) {
+    const std::string fffd = "\xEF\xBF\xBD";
+    ToolResult r = run(std::string("--json to-ptz") + kCamera,
+                       "\xff\xfe 1\n# caf\xc3\xa9 \xf0\x9f\x98\x80\x01\n"
+                       "# cut \xe2\x82 surrogate \xed\xa0\x80 overlong \xc0\xaf \xf4\x90\x80\x80\n");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.out, "{\"line\": 1, \"input\": \"" + fffd + fffd + " 1\", \"error\": \"x: expected a whole pixel number, got '" +
+                         fffd + fffd + "'\"}\n"
+                         "{\"line\": 2, \"comment\": \"# caf\xc3\xa9 \xf0\x9f\x98\x80\\u0001\"}\n"
+                         "{\"line\": 3, \"comment\": \"# cut " + fffd + " surrogate " + fffd + fffd + fffd +
+                         " overlong " + fffd + fffd + " " + fffd + fffd + fffd + fffd + "\"}\n");
+    // An error of the command line, and one of a batch line, are written alike.
+    r = run("--json to-ptz 'a\x01\xff' 2");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err, "{\"error\": \"x: expected a whole pixel number, got 'a\\u0001" + fffd + "'\"}\n");
+    r = run("--json batch", "wrap-pan 1\x02\xc3\n");
+    EXPECT_EQ(r.out, "{\"error\": \"Could not convert: pan = 1\\u0002" + fffd + "\", \"line\": 1}\n");
+}
+
 TEST_F(Stream, AFailedWriteGivesTheSystemsReason) {
     root_.remove("/etc/viewgeo");
     const ToolResult r = run("remote set-center 1 0 0");

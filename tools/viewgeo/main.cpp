@@ -86,20 +86,10 @@ std::string unknown_command(CLI::App &app, const std::vector<std::string> &words
     return "";
 }
 
-std::string json_text(const std::string &text) {
-    std::string out = "\"";
-    for (const char c : text) {
-        if (static_cast<unsigned char>(c) < 0x20) continue;
-        if (c == '"' || c == '\\') out += '\\';
-        out += c;
-    }
-    return out + "\"";
-}
-
 // One line of error, naming what was wrong; a JSON object with --json.
 void report_error(bool json, const std::string &message) {
     if (json) {
-        std::cerr << "{\"error\": " << json_text(message) << "}\n";
+        std::cerr << "{\"error\": " << json_string(message) << "}\n";
     } else {
         std::cerr << "viewgeo: " << message << '\n';
     }
@@ -177,7 +167,7 @@ int run_batch(bool json) {
         // The reason on stderr for people, and in the result's place.
         std::cerr << "viewgeo: line " << number << ": " << failure << '\n';
         if (json) {
-            std::cout << "{\"error\": " << json_text(failure) << ", \"line\": " << number << "}\n";
+            std::cout << "{\"error\": " << json_string(failure) << ", \"line\": " << number << "}\n";
         } else {
             std::cout << "error\n";
         }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -135,6 +136,13 @@ std::string tool_version();
 // JSON cannot hold) and returns its end.
 constexpr std::size_t kShortestLength = 32;
 char *shortest_text(double value, char (&buffer)[kShortestLength]);
+
+// Appends `text` to `out` as a JSON string, quoted: control characters as
+// \u00XX, a byte sequence that is not UTF-8 as U+FFFD (one for each
+// longest piece a decoder would reject), so that any input line or file name
+// gives valid JSON. The one writer of JSON text in the tool.
+void append_json_string(std::string &out, std::string_view text);
+std::string json_string(std::string_view text);
 
 // Parses "WIDTHxHEIGHT"; throws CLI::ValidationError naming --size.
 std::pair<std::int32_t, std::int32_t> parse_size(const std::string &text);

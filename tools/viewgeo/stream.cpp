@@ -59,20 +59,7 @@ public:
         char buffer[kShortestLength];
         text_.append(buffer, shortest_text(value, buffer));
     }
-    void json_string(std::string_view s) {
-        text_.push_back('"');
-        for (const char c : s) {
-            if (static_cast<unsigned char>(c) < 0x20) {
-                char escaped[8];
-                std::snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned>(static_cast<unsigned char>(c)));
-                text_.append(escaped);
-                continue;
-            }
-            if (c == '"' || c == '\\') text_.push_back('\\');
-            text_.push_back(c);
-        }
-        text_.push_back('"');
-    }
+    void json_string(std::string_view s) { append_json_string(text_, s); }
     void csv_field(std::string_view s) {
         if (s.find_first_of(",\"\n") == std::string_view::npos) {
             text_.append(s);
