@@ -89,6 +89,27 @@ TEST_F(Stream, InputGivenBeforeTheCommandReadsTheSameFile) {
     expect_error(run("--input " + file + " frobnicate"), "unknown command 'frobnicate'", 2);
 }
 
+// An option the command would not use is refused before anything is done,
+// not silently ignored: --input beside coordinates or on a command that
+// reads no records, and --csv with --json.
+TEST_F(Stream, InputOrFormatThatWouldBeIgnoredIsAUsageError) {
+    root_.write("/records.txt", "1200 300\n");
+    const std::string input = " --input '" + root_.real("/records.txt") + "'";
+    expect_error(run(std::string("to-ptz 1200 300") + kCamera + input), "--input: reads records only when no coordinates", 2);
+    expect_error(run("--input /nonexistent wrap-pan 5"), "--input: wrap-pan reads no records", 2);
+    expect_error(run("remote set-center 1 0 0" + input), "--input: remote set-center reads no records", 2);
+    EXPECT_FALSE(root_.exists("/etc/viewgeo/remoteptz.conf")) << "the command ran before the refusal";
+    expect_error(run("batch" + input, "wrap-pan 5\n"), "--input: batch reads no records", 2);
+    EXPECT_EQ(run(std::string("--csv --json to-ptz 1 2") + kCamera).err, "{\"error\": \"--json excludes --csv\"}\n");
+    EXPECT_EQ(run(std::string("to-ptz --jsonl --csv") + kCamera, "1 2\n").status, 2);
+    // In batch mode the line is refused and the run goes on.
+    const ToolResult r = run("batch", "wrap-pan 5" + input + "\nwrap-pan 6\n");
+    EXPECT_EQ(r.out, "error\npan 6.000000\n");
+    EXPECT_THAT(r.err, HasSubstr("line 1: --input: wrap-pan reads no records"));
+    // Where the records are read, --input still works before or after the command.
+    EXPECT_EQ(run("remote point 1" + input).status, 1) << "accepted; channel 1 is not in the store";
+}
+
 TEST_F(Stream, AMissingInputFileIsAFailureWithTheSystemsReason) {
     expect_error(run("to-ptz --input /nonexistent/pixels.txt" + std::string(kCamera)),
                  "cannot read /nonexistent/pixels.txt: No such file or directory", 1);

@@ -266,6 +266,7 @@ void add_ovista_commands(CLI::App &app, Session &session) {
     auto to_ptz = std::make_shared<ToPtz>();
     CLI::App *ptz = ovista->add_subcommand(
         "to-ptz", "PTZ pan/tilt of overview pixel X Y; without X Y, one \"x y\" per input line");
+    session.record_readers.push_back(ptz);
     to_ptz->x_option = ptz->add_option("x", to_ptz->x, "overview pixel column");
     to_ptz->y_option = ptz->add_option("y", to_ptz->y, "overview pixel row");
     ptz->add_flag("--rel", to_ptz->relative, "relative to the overview camera's axis");
@@ -311,6 +312,7 @@ void add_ovista_commands(CLI::App &app, Session &session) {
     auto to_pixel = std::make_shared<ToPixel>();
     CLI::App *pixel = ovista->add_subcommand(
         "to-pixel", "overview pixel where the PTZ direction PAN TILT appears; without PAN TILT, one per input line");
+    session.record_readers.push_back(pixel);
     to_pixel->pan_option = pixel->add_option("pan", to_pixel->pan, "PTZ pan, degrees");
     to_pixel->tilt_option = pixel->add_option("tilt", to_pixel->tilt, "PTZ tilt, degrees");
     pixel->add_flag("--precise", to_pixel->precise, kPreciseHelp);

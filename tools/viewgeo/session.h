@@ -80,6 +80,8 @@ struct Session {
     bool raw = false;                 // pass values to the library unchecked
     bool batch = false;               // one result per line, always
     std::string input;                // records come from this file ("" or "-": standard input)
+    const CLI::Option *input_option = nullptr;       // --input, to tell whether it was given
+    std::vector<const CLI::App *> record_readers;  // the commands that read a stream of records
     int status = 0;                   // the exit status a stream asks for
     std::vector<std::string> output;  // the lines a command printed
 
