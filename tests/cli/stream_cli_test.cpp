@@ -119,6 +119,8 @@ TEST_F(Stream, RawPassesAnglesTheChecksWouldRefuse) {
     const ToolResult r = run(std::string("--raw to-pixel") + kCamera, "nan 0\n");
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_THAT(r.out, StartsWith("nan\t0\t"));
+    // The head's pan and tilt too; a zoom must still be a number.
+    EXPECT_EQ(run("--raw mo-compensate --pan 1e9 --tilt nan").status, 0);
 }
 
 TEST_F(Stream, OneCoordinateAloneIsAUsageError) { expect_error(run(std::string("to-ptz 5") + kCamera), "y", 2); }
@@ -172,7 +174,12 @@ INSTANTIATE_TEST_SUITE_P(
                       Refused{"ovista set radius_x 0", "radius_x: must be a finite number in (0, 1]"},
                       Refused{"ovista set field_angle 0", "field_angle: must be a finite number in (0, 180]"},
                       Refused{"ovista set x_comp.type 7", "x_comp.type: must be 0 (none), 1 (quadratic) or 2"},
-                      Refused{"to-ptz 1 2 --no-such-option", "--no-such-option"}),
+                      Refused{"to-ptz 1 2 --no-such-option", "--no-such-option"},
+                      Refused{"mo-offset --tilt nan", "--tilt: must be a finite number in [-180, 180], got nan"},
+                      Refused{"mo-compensate --pan 1e9", "--pan: must be a finite number in [-360, 360], got 1e+09"},
+                      Refused{"mo-compensate --tilt -200", "--tilt: must be a finite number in [-180, 180]"},
+                      Refused{"mo-offset --zoom inf", "--zoom: must be a finite number, got inf"},
+                      Refused{"--raw mo-compensate --zoom nan", "--zoom: must be a finite number, got nan"}),
     [](const ::testing::TestParamInfo<Refused> &info) { return "Case" + std::to_string(info.index); });
 
 TEST_F(Stream, RawLetsTheLibrarysFallbacksThrough) {

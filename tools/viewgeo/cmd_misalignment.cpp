@@ -44,6 +44,8 @@ void add_misalignment_commands(CLI::App &app, Session &session) {
     offset_cmd->add_option("--tilt", offset->tilt, "tilt, degrees")->capture_default_str();
     offset->data.add_to(*offset_cmd);
     offset_cmd->callback([offset, &session] {
+        check_finite("--zoom", offset->zoom);
+        check_tilt("--tilt", offset->tilt, session.raw);
         Context ctx;
         offset->data.apply(ctx);
         const PanTiltQ16 o = ctx.misalignment_offset(Q16::from_float(offset->zoom), Q16::from_float(offset->tilt));
@@ -58,6 +60,9 @@ void add_misalignment_commands(CLI::App &app, Session &session) {
     comp_cmd->add_flag("--remove", compensate->remove, "undo the correction (apply the negated offset)");
     compensate->data.add_to(*comp_cmd);
     comp_cmd->callback([compensate, &session] {
+        check_finite("--zoom", compensate->zoom);
+        check_pan("--pan", compensate->pan, session.raw);
+        check_tilt("--tilt", compensate->tilt, session.raw);
         Context ctx;
         compensate->data.apply(ctx);
         const PanTiltQ16 out = ctx.compensate_misalignment(

@@ -118,6 +118,9 @@ void check_range(const std::string &option, double value, double low, double hig
 // Pan within [-360, 360] and tilt within [-180, 180], finite.
 void check_pan(const std::string &option, double value, bool raw);
 void check_tilt(const std::string &option, double value, bool raw);
+// A finite value, whatever `raw` says: for a value the tool itself turns
+// into a Q16.16 word, where NaN or infinity would only become a saturated word.
+void check_finite(const std::string &option, double value);
 // A channel number the remote store can name: -99999 to 999999.
 void check_channel(const std::string &option, int value, bool raw);
 
