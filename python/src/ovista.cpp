@@ -1,11 +1,13 @@
 // viewgeo.OvistaContext and viewgeo.Compensator: the fisheye overview camera,
 // its projections and its configuration file.
 #include <cerrno>
+#include <filesystem>
 #include <optional>
 #include <string>
 
 #include <pybind11/numpy.h>
 #include <pybind11/stl.h>
+#include <pybind11/stl/filesystem.h>
 
 #include "binding.h"
 #include "file_errors.h"
@@ -90,7 +92,11 @@ std::string repr(const OvistaContext &s) {
            ", y_comp=" + compensator_repr(c.y_comp) + ")";
 }
 
-std::unique_ptr<OvistaContext> create(const std::optional<std::string> &path) {
+// A file path is a str, bytes or any os.PathLike (pathlib.Path), as
+// Python's own file functions take it.
+using FilePath = std::optional<std::filesystem::path>;
+
+std::unique_ptr<OvistaContext> create(const FilePath &path) {
     viewgeo_ovista_context *record = nullptr;
     begin_file_call();
     if (path) {
@@ -103,7 +109,7 @@ std::unique_ptr<OvistaContext> create(const std::optional<std::string> &path) {
     return std::make_unique<OvistaContext>(record);
 }
 
-void save(const OvistaContext &s, const std::optional<std::string> &path) {
+void save(const OvistaContext &s, const FilePath &path) {
     begin_file_call();
     const int status = path ? save_conf(s.c, path->c_str()) : viewgeo_ovista_context_save(s.c);
     const int saved = errno;
@@ -203,7 +209,8 @@ of the width (585 pixels in 1920 x 1080), 99 degrees at the circle, looking
 straight down (center_tilt -90).
 
 OvistaContext() reads /etc/viewgeo/ovista.conf (defaults when missing);
-OvistaContext(path) loads that file instead. OSError when the file exists
+OvistaContext(path) loads that file instead (a str, bytes or os.PathLike
+such as pathlib.Path). OSError when the file exists
 but cannot be read. Reads of this file and of the remote calibration share
 one parser: the GIL keeps them from overlapping.
 )doc");
@@ -268,7 +275,7 @@ for both straight behind the axis and for the records to_ptz cannot use.
 )doc");
     cls.def("save", &save, py::arg("path") = py::none(), R"doc(
 Writes the configuration atomically (through a ".tmp" sibling) to
-/etc/viewgeo/ovista.conf, or to `path`. Rotation and mirror are not saved.
+/etc/viewgeo/ovista.conf, or to `path` (str, bytes or os.PathLike). Rotation and mirror are not saved.
 OSError with the reason on failure.
 )doc");
     cls.def("backup", [](const OvistaContext &s) {
