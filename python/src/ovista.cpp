@@ -170,7 +170,8 @@ void bind_ovista(py::module_ &m) {
 A polynomial correction in an angle x (degrees): type 1 quadratic
 A x^2 + B x + C, type 2 cubic A x^3 + B x^2 + C x + D, any other type none.
 Coefficients are float32. A value type: reading OvistaContext.pan_comp gives
-a copy; assign it back to change the context.
+a copy; assign it back to change the context. copy.copy, copy.deepcopy and
+pickle give equal Compensators.
 )doc");
     comp.def(py::init([](std::int32_t type, float A, float B, float C, float D) {
                  return viewgeo_ovista_compensator{type, A, B, C, D};
@@ -187,6 +188,16 @@ a copy; assign it back to change the context.
         .def("__eq__", [](const viewgeo_ovista_compensator &a, const viewgeo_ovista_compensator &b) {
             return a.type == b.type && a.A == b.A && a.B == b.B && a.C == b.C && a.D == b.D;
         }, py::is_operator())
+        // A value: copies, deep copies and pickles carry the five fields.
+        .def("__copy__", [](const viewgeo_ovista_compensator &c) { return c; })
+        .def("__deepcopy__", [](const viewgeo_ovista_compensator &c, py::handle) { return c; }, py::arg("memo"))
+        .def(py::pickle(
+            [](const viewgeo_ovista_compensator &c) { return py::make_tuple(c.type, c.A, c.B, c.C, c.D); },
+            [](const py::tuple &t) {
+                if (t.size() != 5) throw py::value_error("a Compensator's state is (type, A, B, C, D)");
+                return viewgeo_ovista_compensator{t[0].cast<std::int32_t>(), t[1].cast<float>(), t[2].cast<float>(),
+                                                  t[3].cast<float>(), t[4].cast<float>()};
+            }))
         .def("__call__", [](const viewgeo_ovista_compensator &c, py::handle x) {
             const Broadcast args{{x, Kind::Real, "x"}};
             const viewgeo_ovista_compensator copy = c;
