@@ -47,6 +47,8 @@ TEST_F(Stream, BadRecordsGiveAnErrorRecordAndTheRunGoesOn) {
     EXPECT_EQ(count_lines(r.out), 4) << r.out;
     EXPECT_THAT(r.out, HasSubstr("abc 5\terror: line 2: x: expected a whole pixel number, got 'abc'\n"));
     EXPECT_THAT(r.out, HasSubstr("1 2 3\terror: line 3: expected 2 fields (x y), got 3\n"));
+    EXPECT_EQ(run(std::string("to-ptz") + kCamera, "-2147483649 0\n").out,
+              "-2147483649 0\terror: line 1: x: number out of range for a whole pixel number, got '-2147483649'\n");
     EXPECT_THAT(r.out, StartsWith("1\t2\t"));
     EXPECT_THAT(r.out, HasSubstr("\n3\t4\t"));
     EXPECT_EQ(r.err, "viewgeo: 2 of the 4 input lines failed\n");
@@ -179,7 +181,15 @@ INSTANTIATE_TEST_SUITE_P(
                       Refused{"mo-compensate --pan 1e9", "--pan: must be a finite number in [-360, 360], got 1e+09"},
                       Refused{"mo-compensate --tilt -200", "--tilt: must be a finite number in [-180, 180]"},
                       Refused{"mo-offset --zoom inf", "--zoom: must be a finite number, got inf"},
-                      Refused{"--raw mo-compensate --zoom nan", "--zoom: must be a finite number, got nan"}),
+                      Refused{"--raw mo-compensate --zoom nan", "--zoom: must be a finite number, got nan"},
+                      Refused{"to-pixel 1e40 0", "pan: number out of range for a float, got '1e40'"},
+                      Refused{"to-pixel 0 -1e-50", "tilt: number out of range for a float, got '-1e-50'"},
+                      Refused{"to-ptz 2147483648 0", "x: number out of range for a whole pixel number, got '2147483648'"},
+                      Refused{"to-ptz --precise 0 1e400", "y: number out of range for a double, got '1e400'"},
+                      Refused{"to-pixel 1e40x 0", "pan: expected a number, got '1e40x'"},
+                      Refused{"ovista set center_pan 1e-50", "center_pan: number out of range for a float, got '1e-50'"},
+                      Refused{"ovista set x_comp.type 99999999999",
+                              "x_comp.type: number out of range for an integer, got '99999999999'"}),
     [](const ::testing::TestParamInfo<Refused> &info) { return "Case" + std::to_string(info.index); });
 
 TEST_F(Stream, RawLetsTheLibrarysFallbacksThrough) {

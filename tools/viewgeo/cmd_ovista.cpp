@@ -68,8 +68,9 @@ float parse_float(const std::string &key, const std::string &text, bool raw) {
     char *end = nullptr;
     errno = 0;
     const float value = std::strtof(text.c_str(), &end);
-    if (text.empty() || *end != '\0' || (!raw && (errno == ERANGE || !std::isfinite(value))))
+    if (text.empty() || *end != '\0' || (!raw && !std::isfinite(value) && errno != ERANGE))
         throw InvalidInput(key, "expected a finite number, got '" + text + "'");
+    if (!raw && errno == ERANGE) throw InvalidInput(key, out_of_range("a float", text));
     if (key == "center_pan") check_pan(key, value, raw);
     if (key == "center_tilt") check_tilt(key, value, raw);
     // The centre and radii are fractions of the picture's width and height.
@@ -83,8 +84,10 @@ int parse_type(const std::string &key, const std::string &text, bool raw) {
     char *end = nullptr;
     errno = 0;
     const long value = std::strtol(text.c_str(), &end, 10);
-    if (text.empty() || *end != '\0' || errno == ERANGE || value < -2147483647L - 1 || value > 2147483647L)
+    if (text.empty() || *end != '\0')
         throw InvalidInput(key, "expected an integer (1 quadratic, 2 cubic, 0 none), got '" + text + "'");
+    if (errno == ERANGE || value < -2147483647L - 1 || value > 2147483647L)
+        throw InvalidInput(key, out_of_range("an integer", text));
     if (!raw && (value < 0 || value > 2))
         throw InvalidInput(key, "must be 0 (none), 1 (quadratic) or 2 (cubic), got '" + text + "'");
     return static_cast<int>(value);

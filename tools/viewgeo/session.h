@@ -121,6 +121,11 @@ void check_tilt(const std::string &option, double value, bool raw);
 // A finite value, whatever `raw` says: for a value the tool itself turns
 // into a Q16.16 word, where NaN or infinity would only become a saturated word.
 void check_finite(const std::string &option, double value);
+// Why a text that reads as a number was refused: it lies beyond what `type`
+// ("a float", "a whole pixel number") holds, "number out of range for a
+// float, got '1e40'". Tiny numbers that would lose all precision, such as
+// 1e-50, count as out of range too.
+std::string out_of_range(const std::string &type, std::string_view text);
 // A channel number the remote store can name: -99999 to 999999.
 void check_channel(const std::string &option, int value, bool raw);
 
