@@ -15,8 +15,10 @@ struct DataOptions {
     std::uint32_t tilt_steps = 0;
 
     void add_to(CLI::App &command) {
-        command.add_option("--optical", optical, "optical offsets \"zoom,pan,tilt;...\" (default: the data file)");
-        command.add_option("--mechanical", mechanical, "mechanical offset \"pan,tilt\" in motor steps");
+        command.add_option("--optical", optical, "optical offsets \"zoom,pan,tilt;...\" (default: the data file)")
+            ->type_name("LIST");
+        command.add_option("--mechanical", mechanical, "mechanical offset \"pan,tilt\" in motor steps")
+            ->type_name("PAN,TILT");
         command.add_option("--pan-steps", pan_steps, "motor steps per pan turn");
         command.add_option("--tilt-steps", tilt_steps, "motor steps per tilt turn");
     }

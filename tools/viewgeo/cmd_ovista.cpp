@@ -142,7 +142,9 @@ struct PictureOptions {
     bool mirror = false;
 
     void add_to(CLI::App &command) {
-        command.add_option("--size", size, "overview picture size in pixels, WIDTHxHEIGHT")->capture_default_str();
+        command.add_option("--size", size, "overview picture size in pixels")
+            ->type_name("WIDTHxHEIGHT")
+            ->capture_default_str();
         command.add_option("--rot", rot, "overview picture rotation, whole degrees")->capture_default_str();
         command.add_flag("--mirror", mirror, "the overview picture is mirrored");
     }
@@ -209,9 +211,9 @@ void add_ovista_commands(CLI::App &app, Session &session) {
     };
     auto set_args = std::make_shared<Set>();
     CLI::App *set = ovista->add_subcommand("set", "change fields (KEY VALUE ...) and save the configuration");
-    set->add_option("KEY", set_args->key, "field name, as `ovista show` prints it")->required();
-    set->add_option("VALUE", set_args->value, "its new value")->required();
-    set->add_option("MORE", set_args->more, "further KEY VALUE pairs");
+    set->add_option("KEY", set_args->key, "field name, as `ovista show` prints it")->type_name("NAME")->required();
+    set->add_option("VALUE", set_args->value, "its new value")->type_name("NUMBER")->required();
+    set->add_option("MORE", set_args->more, "further KEY VALUE pairs")->type_name("KEY VALUE");
     set->callback([set_args, &session] {
         if (set_args->more.size() % 2 != 0)
             throw CLI::ValidationError("VALUE", "missing for key '" + set_args->more.back() + "'");
@@ -270,8 +272,8 @@ void add_ovista_commands(CLI::App &app, Session &session) {
     CLI::App *ptz = ovista->add_subcommand(
         "to-ptz", "PTZ pan/tilt of overview pixel X Y; without X Y, one \"x y\" per input line");
     session.record_readers.push_back(ptz);
-    to_ptz->x_option = ptz->add_option("x", to_ptz->x, "overview pixel column");
-    to_ptz->y_option = ptz->add_option("y", to_ptz->y, "overview pixel row");
+    to_ptz->x_option = ptz->add_option("x", to_ptz->x, "overview pixel column")->type_name("NUMBER");
+    to_ptz->y_option = ptz->add_option("y", to_ptz->y, "overview pixel row")->type_name("NUMBER");
     ptz->add_flag("--rel", to_ptz->relative, "relative to the overview camera's axis");
     ptz->add_flag("--precise", to_ptz->precise, std::string(kPreciseHelp) + "; applies --rot and --mirror");
     to_ptz->picture.add_to(*ptz);
@@ -316,8 +318,8 @@ void add_ovista_commands(CLI::App &app, Session &session) {
     CLI::App *pixel = ovista->add_subcommand(
         "to-pixel", "overview pixel where the PTZ direction PAN TILT appears; without PAN TILT, one per input line");
     session.record_readers.push_back(pixel);
-    to_pixel->pan_option = pixel->add_option("pan", to_pixel->pan, "PTZ pan, degrees");
-    to_pixel->tilt_option = pixel->add_option("tilt", to_pixel->tilt, "PTZ tilt, degrees");
+    to_pixel->pan_option = pixel->add_option("pan", to_pixel->pan, "PTZ pan, degrees")->type_name("NUMBER");
+    to_pixel->tilt_option = pixel->add_option("tilt", to_pixel->tilt, "PTZ tilt, degrees")->type_name("NUMBER");
     pixel->add_flag("--precise", to_pixel->precise, kPreciseHelp);
     to_pixel->picture.add_to(*pixel);
     pixel->callback([to_pixel, &session] {

@@ -48,7 +48,8 @@ std::unique_ptr<CLI::App> make_app(Session &session, bool allow_batch, bool &bat
     CLI::Option *json = app->add_flag("--json,--jsonl", session.json, "print results as JSON, one object per line");
     app->add_flag("--csv", session.csv, "print a stream's results as CSV with a header")->excludes(json);
     app->add_flag("--raw", session.raw, "pass values to the library unchecked");
-    session.input_option = app->add_option("--input", session.input, "read records from FILE instead of standard input");
+    session.input_option =
+        app->add_option("--input", session.input, "read records from FILE instead of standard input")->type_name("FILE");
     add_projection_commands(*app, session);
     add_utility_commands(*app, session);
     add_misalignment_commands(*app, session);
