@@ -1,11 +1,13 @@
 // viewgeo.OvistaContext and viewgeo.Compensator: the fisheye overview camera,
 // its projections and its configuration file.
 #include <cerrno>
+#include <filesystem>
 #include <optional>
 #include <string>
 
 #include <pybind11/numpy.h>
 #include <pybind11/stl.h>
+#include <pybind11/stl/filesystem.h>
 
 #include "binding.h"
 #include "file_errors.h"
@@ -90,7 +92,11 @@ std::string repr(const OvistaContext &s) {
            ", y_comp=" + compensator_repr(c.y_comp) + ")";
 }
 
-std::unique_ptr<OvistaContext> create(const std::optional<std::string> &path) {
+// A file path is a str, bytes or any os.PathLike (pathlib.Path), as
+// Python's own file functions take it.
+using FilePath = std::optional<std::filesystem::path>;
+
+std::unique_ptr<OvistaContext> create(const FilePath &path) {
     viewgeo_ovista_context *record = nullptr;
     begin_file_call();
     if (path) {
@@ -103,7 +109,7 @@ std::unique_ptr<OvistaContext> create(const std::optional<std::string> &path) {
     return std::make_unique<OvistaContext>(record);
 }
 
-void save(const OvistaContext &s, const std::optional<std::string> &path) {
+void save(const OvistaContext &s, const FilePath &path) {
     begin_file_call();
     const int status = path ? save_conf(s.c, path->c_str()) : viewgeo_ovista_context_save(s.c);
     const int saved = errno;
@@ -164,7 +170,8 @@ void bind_ovista(py::module_ &m) {
 A polynomial correction in an angle x (degrees): type 1 quadratic
 A x^2 + B x + C, type 2 cubic A x^3 + B x^2 + C x + D, any other type none.
 Coefficients are float32. A value type: reading OvistaContext.pan_comp gives
-a copy; assign it back to change the context.
+a copy; assign it back to change the context. copy.copy, copy.deepcopy and
+pickle give equal Compensators.
 )doc");
     comp.def(py::init([](std::int32_t type, float A, float B, float C, float D) {
                  return viewgeo_ovista_compensator{type, A, B, C, D};
@@ -181,6 +188,16 @@ a copy; assign it back to change the context.
         .def("__eq__", [](const viewgeo_ovista_compensator &a, const viewgeo_ovista_compensator &b) {
             return a.type == b.type && a.A == b.A && a.B == b.B && a.C == b.C && a.D == b.D;
         }, py::is_operator())
+        // A value: copies, deep copies and pickles carry the five fields.
+        .def("__copy__", [](const viewgeo_ovista_compensator &c) { return c; })
+        .def("__deepcopy__", [](const viewgeo_ovista_compensator &c, py::handle) { return c; }, py::arg("memo"))
+        .def(py::pickle(
+            [](const viewgeo_ovista_compensator &c) { return py::make_tuple(c.type, c.A, c.B, c.C, c.D); },
+            [](const py::tuple &t) {
+                if (t.size() != 5) throw py::value_error("a Compensator's state is (type, A, B, C, D)");
+                return viewgeo_ovista_compensator{t[0].cast<std::int32_t>(), t[1].cast<float>(), t[2].cast<float>(),
+                                                  t[3].cast<float>(), t[4].cast<float>()};
+            }))
         .def("__call__", [](const viewgeo_ovista_compensator &c, py::handle x) {
             const Broadcast args{{x, Kind::Real, "x"}};
             const viewgeo_ovista_compensator copy = c;
@@ -203,7 +220,8 @@ of the width (585 pixels in 1920 x 1080), 99 degrees at the circle, looking
 straight down (center_tilt -90).
 
 OvistaContext() reads /etc/viewgeo/ovista.conf (defaults when missing);
-OvistaContext(path) loads that file instead. OSError when the file exists
+OvistaContext(path) loads that file instead (a str, bytes or os.PathLike
+such as pathlib.Path). OSError when the file exists
 but cannot be read. Reads of this file and of the remote calibration share
 one parser: the GIL keeps them from overlapping.
 )doc");
@@ -268,7 +286,7 @@ for both straight behind the axis and for the records to_ptz cannot use.
 )doc");
     cls.def("save", &save, py::arg("path") = py::none(), R"doc(
 Writes the configuration atomically (through a ".tmp" sibling) to
-/etc/viewgeo/ovista.conf, or to `path`. Rotation and mirror are not saved.
+/etc/viewgeo/ovista.conf, or to `path` (str, bytes or os.PathLike). Rotation and mirror are not saved.
 OSError with the reason on failure.
 )doc");
     cls.def("backup", [](const OvistaContext &s) {

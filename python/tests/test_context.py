@@ -1,6 +1,9 @@
 """The records: properties, repr, and the worked examples of the tool's
 documentation (docs/cli.md) through the binding."""
 
+import copy
+import pickle
+
 import numpy as np
 import pytest
 
@@ -132,6 +135,17 @@ def test_compensators_compare_unequal_to_other_objects():
     assert comp != viewgeo.Compensator(1, 0.25)
     assert comp != 5 and not (comp == None)  # noqa: E711
     assert comp in [1, "x", comp] and viewgeo.Compensator() not in [0, None]
+
+
+def test_compensators_copy_deep_copy_and_pickle_as_values():
+    comp = viewgeo.Compensator(2, 0.5, -0.25, 1.5, 0.1)
+    for twin in (copy.copy(comp), copy.deepcopy(comp), pickle.loads(pickle.dumps(comp)),
+                 copy.deepcopy([comp])[0]):
+        assert twin == comp and twin is not comp
+        assert (twin.type, twin.A, twin.B, twin.C, twin.D) == (comp.type, comp.A, comp.B, comp.C, comp.D)
+    twin = copy.copy(comp)
+    twin.A = 3.0
+    assert comp.A == 0.5, "a copy is its own value"
 
 
 def test_rotation_and_mirror_properties():

@@ -2,6 +2,7 @@
 the reason on every failure."""
 
 import errno
+import pathlib
 
 import numpy as np
 import pytest
@@ -107,6 +108,19 @@ def test_overview_load_and_save_with_an_explicit_path(root):
     assert "radius_x = 0.250000" in root.read("/etc/viewgeo/mine.conf")
     assert viewgeo.OvistaContext("/etc/viewgeo/mine.conf").radius_x == 0.25
     assert viewgeo.OvistaContext("/etc/viewgeo/missing.conf").radius_x == 0.3046875
+
+
+def test_overview_paths_may_be_path_objects_or_bytes(root):
+    o = viewgeo.OvistaContext()
+    o.radius_x = 0.25
+    o.save(pathlib.PurePosixPath("/etc/viewgeo/mine.conf"))
+    assert viewgeo.OvistaContext(pathlib.Path("/etc/viewgeo/mine.conf")).radius_x == 0.25
+    assert viewgeo.OvistaContext(b"/etc/viewgeo/mine.conf").radius_x == 0.25
+    with pytest.raises(FileNotFoundError) as raised:
+        o.save(pathlib.Path("/etc/no/such.conf"))
+    assert raised.value.filename == "/etc/no/such.conf"
+    with pytest.raises(TypeError):
+        viewgeo.OvistaContext(5)
 
 
 def test_overview_save_into_a_missing_directory_raises():

@@ -3,6 +3,7 @@
 # are whole int32 values, origin top-left, y downwards. Every conversion
 # takes scalars or arrays of any shape that broadcast together and returns
 # arrays of the broadcast shape (NumPy scalars for scalar arguments).
+import os
 from typing import Optional, Tuple, Union, overload, Literal
 
 import numpy as np
@@ -125,10 +126,11 @@ class Compensator:
         """Correction at angle x (degrees): degrees for pan/tilt, pixels for x/y."""
 
 _Which = Union[int, Literal["pan", "tilt", "x", "y"]]
+_Path = Union[str, bytes, os.PathLike[str], os.PathLike[bytes]]
 
 class OvistaContext:
     """The fisheye overview camera; OvistaContext() reads /etc/viewgeo/ovista.conf."""
-    def __init__(self, path: Optional[str] = ...) -> None: ...
+    def __init__(self, path: Optional[_Path] = ...) -> None: ...
     center_pan: float
     center_tilt: float
     center_x: float
@@ -160,7 +162,7 @@ class OvistaContext:
     @overload
     def to_pixel(self, view: Context, pan: _Real, tilt: _Real, *, precise: Literal[True]) -> Tuple[_F64, _F64]:
         """Continuous overview pixel (float64) where PTZ pan/tilt appears; NaN where it does not."""
-    def save(self, path: Optional[str] = ...) -> None: ...
+    def save(self, path: Optional[_Path] = ...) -> None: ...
     def backup(self) -> None: ...
     def restore(self) -> None: ...
 

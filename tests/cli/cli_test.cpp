@@ -16,6 +16,7 @@ namespace viewgeo::testing {
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 std::string fixed6(float v) {
@@ -159,6 +160,21 @@ INSTANTIATE_TEST_SUITE_P(
                       BadArgs{"zoom-fov nan 60 2", "zoom_a"}, BadArgs{"zoom-fov 2 60 nan", "zoom_b"},
                       BadArgs{"grid --svg /nonexistent-dir/x.svg --step nan", "--step"}),
     case_name<BadArgs>);
+
+// Each value in the help is named for what it is (a FILE, a NUMBER,
+// WIDTHxHEIGHT), never by the parser's generic TEXT.
+TEST_F(Tool, HelpNamesWhatEachValueIs) {
+    for (const char *command : {"", "to-ptz", "to-pixel", "grid", "mo-offset", "mo-compensate", "ovista set",
+                                "ovista to-ptz", "ovista to-pixel", "remote point", "remote to-pixel", "remote zoom"}) {
+        const ToolResult r = run(std::string(command) + " --help");
+        EXPECT_EQ(r.status, 0) << command;
+        EXPECT_THAT(r.out, Not(HasSubstr(" TEXT"))) << command;
+    }
+    EXPECT_THAT(run("--help").out, HasSubstr("--input FILE "));
+    EXPECT_THAT(run("grid --help").out, HasSubstr("--svg FILE "));
+    EXPECT_THAT(run("to-ptz --help").out, HasSubstr("x NUMBER "));
+    EXPECT_THAT(run("to-ptz --help").out, HasSubstr("--size WIDTHxHEIGHT=1920x1080"));
+}
 
 TEST_F(Tool, EverySubcommandHasHelp) {
     for (const char *command : {"to-ptz", "to-pixel", "pan-delta", "great-circle", "zoom-fov", "magnification",

@@ -47,6 +47,8 @@ TEST_F(Stream, BadRecordsGiveAnErrorRecordAndTheRunGoesOn) {
     EXPECT_EQ(count_lines(r.out), 4) << r.out;
     EXPECT_THAT(r.out, HasSubstr("abc 5\terror: line 2: x: expected a whole pixel number, got 'abc'\n"));
     EXPECT_THAT(r.out, HasSubstr("1 2 3\terror: line 3: expected 2 fields (x y), got 3\n"));
+    EXPECT_EQ(run(std::string("to-ptz") + kCamera, "-2147483649 0\n").out,
+              "-2147483649 0\terror: line 1: x: number out of range for a whole pixel number, got '-2147483649'\n");
     EXPECT_THAT(r.out, StartsWith("1\t2\t"));
     EXPECT_THAT(r.out, HasSubstr("\n3\t4\t"));
     EXPECT_EQ(r.err, "viewgeo: 2 of the 4 input lines failed\n");
@@ -89,6 +91,27 @@ TEST_F(Stream, InputGivenBeforeTheCommandReadsTheSameFile) {
     expect_error(run("--input " + file + " frobnicate"), "unknown command 'frobnicate'", 2);
 }
 
+// An option the command would not use is refused before anything is done,
+// not silently ignored: --input beside coordinates or on a command that
+// reads no records, and --csv with --json.
+TEST_F(Stream, InputOrFormatThatWouldBeIgnoredIsAUsageError) {
+    root_.write("/records.txt", "1200 300\n");
+    const std::string input = " --input '" + root_.real("/records.txt") + "'";
+    expect_error(run(std::string("to-ptz 1200 300") + kCamera + input), "--input: reads records only when no coordinates", 2);
+    expect_error(run("--input /nonexistent wrap-pan 5"), "--input: wrap-pan reads no records", 2);
+    expect_error(run("remote set-center 1 0 0" + input), "--input: remote set-center reads no records", 2);
+    EXPECT_FALSE(root_.exists("/etc/viewgeo/remoteptz.conf")) << "the command ran before the refusal";
+    expect_error(run("batch" + input, "wrap-pan 5\n"), "--input: batch reads no records", 2);
+    EXPECT_EQ(run(std::string("--csv --json to-ptz 1 2") + kCamera).err, "{\"error\": \"--json excludes --csv\"}\n");
+    EXPECT_EQ(run(std::string("to-ptz --jsonl --csv") + kCamera, "1 2\n").status, 2);
+    // In batch mode the line is refused and the run goes on.
+    const ToolResult r = run("batch", "wrap-pan 5" + input + "\nwrap-pan 6\n");
+    EXPECT_EQ(r.out, "error\npan 6.000000\n");
+    EXPECT_THAT(r.err, HasSubstr("line 1: --input: wrap-pan reads no records"));
+    // Where the records are read, --input still works before or after the command.
+    EXPECT_EQ(run("remote point 1" + input).status, 1) << "accepted; channel 1 is not in the store";
+}
+
 TEST_F(Stream, AMissingInputFileIsAFailureWithTheSystemsReason) {
     expect_error(run("to-ptz --input /nonexistent/pixels.txt" + std::string(kCamera)),
                  "cannot read /nonexistent/pixels.txt: No such file or directory", 1);
@@ -98,6 +121,8 @@ TEST_F(Stream, RawPassesAnglesTheChecksWouldRefuse) {
     const ToolResult r = run(std::string("--raw to-pixel") + kCamera, "nan 0\n");
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_THAT(r.out, StartsWith("nan\t0\t"));
+    // The head's pan and tilt too; a zoom must still be a number.
+    EXPECT_EQ(run("--raw mo-compensate --pan 1e9 --tilt nan").status, 0);
 }
 
 TEST_F(Stream, OneCoordinateAloneIsAUsageError) { expect_error(run(std::string("to-ptz 5") + kCamera), "y", 2); }
@@ -151,7 +176,20 @@ INSTANTIATE_TEST_SUITE_P(
                       Refused{"ovista set radius_x 0", "radius_x: must be a finite number in (0, 1]"},
                       Refused{"ovista set field_angle 0", "field_angle: must be a finite number in (0, 180]"},
                       Refused{"ovista set x_comp.type 7", "x_comp.type: must be 0 (none), 1 (quadratic) or 2"},
-                      Refused{"to-ptz 1 2 --no-such-option", "--no-such-option"}),
+                      Refused{"to-ptz 1 2 --no-such-option", "--no-such-option"},
+                      Refused{"mo-offset --tilt nan", "--tilt: must be a finite number in [-180, 180], got nan"},
+                      Refused{"mo-compensate --pan 1e9", "--pan: must be a finite number in [-360, 360], got 1e+09"},
+                      Refused{"mo-compensate --tilt -200", "--tilt: must be a finite number in [-180, 180]"},
+                      Refused{"mo-offset --zoom inf", "--zoom: must be a finite number, got inf"},
+                      Refused{"--raw mo-compensate --zoom nan", "--zoom: must be a finite number, got nan"},
+                      Refused{"to-pixel 1e40 0", "pan: number out of range for a float, got '1e40'"},
+                      Refused{"to-pixel 0 -1e-50", "tilt: number out of range for a float, got '-1e-50'"},
+                      Refused{"to-ptz 2147483648 0", "x: number out of range for a whole pixel number, got '2147483648'"},
+                      Refused{"to-ptz --precise 0 1e400", "y: number out of range for a double, got '1e400'"},
+                      Refused{"to-pixel 1e40x 0", "pan: expected a number, got '1e40x'"},
+                      Refused{"ovista set center_pan 1e-50", "center_pan: number out of range for a float, got '1e-50'"},
+                      Refused{"ovista set x_comp.type 99999999999",
+                              "x_comp.type: number out of range for an integer, got '99999999999'"}),
     [](const ::testing::TestParamInfo<Refused> &info) { return "Case" + std::to_string(info.index); });
 
 TEST_F(Stream, RawLetsTheLibrarysFallbacksThrough) {
@@ -185,6 +223,29 @@ TEST_F(Stream, JsonErrorsAreObjects) {
     EXPECT_EQ(r.err, "{\"error\": \"--rot: must be one of 0, 90, 180, 270, 360, got 45\"}\n");
     EXPECT_EQ(run("--json no-such-command").err,
               "{\"error\": \"unknown command 'no-such-command' (see viewgeo --help)\"}\n");
+}
+
+// Input lines and arguments are bytes: whatever they hold, each JSON line
+// is valid JSON. Control characters are escaped; a byte sequence that is not
+// UTF-8 reads U+FFFD, one for each piece a decoder rejects; real UTF-8 text
+// passes unchanged.
+TEST_F(Stream, JsonStaysValidWhateverBytesTheInputHolds) {
+    const std::string fffd = "\xEF\xBF\xBD";
+    ToolResult r = run(std::string("--json to-ptz") + kCamera,
+                       "\xff\xfe 1\n# caf\xc3\xa9 \xf0\x9f\x98\x80\x01\n"
+                       "# cut \xe2\x82 surrogate \xed\xa0\x80 overlong \xc0\xaf \xf4\x90\x80\x80\n");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.out, "{\"line\": 1, \"input\": \"" + fffd + fffd + " 1\", \"error\": \"x: expected a whole pixel number, got '" +
+                         fffd + fffd + "'\"}\n"
+                         "{\"line\": 2, \"comment\": \"# caf\xc3\xa9 \xf0\x9f\x98\x80\\u0001\"}\n"
+                         "{\"line\": 3, \"comment\": \"# cut " + fffd + " surrogate " + fffd + fffd + fffd +
+                         " overlong " + fffd + fffd + " " + fffd + fffd + fffd + fffd + "\"}\n");
+    // An error of the command line, and one of a batch line, are written alike.
+    r = run("--json to-ptz 'a\x01\xff' 2");
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err, "{\"error\": \"x: expected a whole pixel number, got 'a\\u0001" + fffd + "'\"}\n");
+    r = run("--json batch", "wrap-pan 1\x02\xc3\n");
+    EXPECT_EQ(r.out, "{\"error\": \"Could not convert: pan = 1\\u0002" + fffd + "\", \"line\": 1}\n");
 }
 
 TEST_F(Stream, AFailedWriteGivesTheSystemsReason) {

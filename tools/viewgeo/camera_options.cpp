@@ -21,7 +21,7 @@ std::pair<std::int32_t, std::int32_t> parse_size(const std::string &text) {
 }
 
 void CameraOptions::add_to(CLI::App &command, bool with_pantilt) {
-    command.add_option("--size", size, "picture size in pixels, WIDTHxHEIGHT")->capture_default_str();
+    command.add_option("--size", size, "picture size in pixels")->type_name("WIDTHxHEIGHT")->capture_default_str();
     command.add_option("--hfov", hfov, "horizontal field of view, degrees")->capture_default_str();
     command.add_option("--vfov", vfov, "vertical field of view, degrees (default: from the aspect)");
     if (with_pantilt) {
@@ -30,6 +30,7 @@ void CameraOptions::add_to(CLI::App &command, bool with_pantilt) {
     }
     command.add_option("--rot", rot, "picture rotation: 0, 90, 180, 270 or 360")->capture_default_str();
     command.add_option("--lens", lens, "lens model (default: the system's)")
+        ->type_name("NAME")
         ->check(CLI::IsMember({"rectilinear", "equidistant", "sine"}));
     command.add_flag("--dewarp", dewarp, "dewarped picture (linear mode of the fixed-point relative form)");
 }

@@ -36,6 +36,14 @@ void check_tilt(const std::string &option, double value, bool raw) {
     check_range(option, value, -180.0, 180.0, false, false, raw);
 }
 
+void check_finite(const std::string &option, double value) {
+    if (!std::isfinite(value)) throw InvalidInput(option, "must be a finite number, got " + bound(value));
+}
+
+std::string out_of_range(const std::string &type, std::string_view text) {
+    return "number out of range for " + type + ", got '" + std::string(text) + "'";
+}
+
 void check_channel(const std::string &option, int value, bool raw) {
     if (raw || (value > -100000 && value < 1000000)) return;
     throw InvalidInput(option, "must be a channel number from -99999 to 999999, got " + std::to_string(value));

@@ -368,9 +368,10 @@ void add_grid_command(CLI::App &app, Session &session) {
     };
     auto args = std::make_shared<Args>();
     CLI::App *grid = app.add_subcommand("grid", "draw the lines of constant pan and tilt as an SVG or PNG picture");
-    grid->add_option("--svg", args->svg, "output SVG file; - for standard output");
-    grid->add_option("--png", args->png, "output PNG file, rendered with rsvg-convert");
-    grid->add_option("--over", args->over, "draw over this camera frame (JPEG or PNG), scaled to the picture size");
+    grid->add_option("--svg", args->svg, "output SVG file; - for standard output")->type_name("FILE");
+    grid->add_option("--png", args->png, "output PNG file, rendered with rsvg-convert")->type_name("FILE");
+    grid->add_option("--over", args->over, "draw over this camera frame (JPEG or PNG), scaled to the picture size")
+        ->type_name("FILE");
     grid->add_option("--step", args->step, "degrees between grid lines")->capture_default_str()->check(
         CLI::Range(0.5f, 90.0f));
     args->camera.add_to(*grid);

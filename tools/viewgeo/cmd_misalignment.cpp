@@ -15,8 +15,10 @@ struct DataOptions {
     std::uint32_t tilt_steps = 0;
 
     void add_to(CLI::App &command) {
-        command.add_option("--optical", optical, "optical offsets \"zoom,pan,tilt;...\" (default: the data file)");
-        command.add_option("--mechanical", mechanical, "mechanical offset \"pan,tilt\" in motor steps");
+        command.add_option("--optical", optical, "optical offsets \"zoom,pan,tilt;...\" (default: the data file)")
+            ->type_name("LIST");
+        command.add_option("--mechanical", mechanical, "mechanical offset \"pan,tilt\" in motor steps")
+            ->type_name("PAN,TILT");
         command.add_option("--pan-steps", pan_steps, "motor steps per pan turn");
         command.add_option("--tilt-steps", tilt_steps, "motor steps per tilt turn");
     }
@@ -44,6 +46,8 @@ void add_misalignment_commands(CLI::App &app, Session &session) {
     offset_cmd->add_option("--tilt", offset->tilt, "tilt, degrees")->capture_default_str();
     offset->data.add_to(*offset_cmd);
     offset_cmd->callback([offset, &session] {
+        check_finite("--zoom", offset->zoom);
+        check_tilt("--tilt", offset->tilt, session.raw);
         Context ctx;
         offset->data.apply(ctx);
         const PanTiltQ16 o = ctx.misalignment_offset(Q16::from_float(offset->zoom), Q16::from_float(offset->tilt));
@@ -58,6 +62,9 @@ void add_misalignment_commands(CLI::App &app, Session &session) {
     comp_cmd->add_flag("--remove", compensate->remove, "undo the correction (apply the negated offset)");
     compensate->data.add_to(*comp_cmd);
     comp_cmd->callback([compensate, &session] {
+        check_finite("--zoom", compensate->zoom);
+        check_pan("--pan", compensate->pan, session.raw);
+        check_tilt("--tilt", compensate->tilt, session.raw);
         Context ctx;
         compensate->data.apply(ctx);
         const PanTiltQ16 out = ctx.compensate_misalignment(

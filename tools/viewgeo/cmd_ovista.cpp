@@ -68,8 +68,9 @@ float parse_float(const std::string &key, const std::string &text, bool raw) {
     char *end = nullptr;
     errno = 0;
     const float value = std::strtof(text.c_str(), &end);
-    if (text.empty() || *end != '\0' || (!raw && (errno == ERANGE || !std::isfinite(value))))
+    if (text.empty() || *end != '\0' || (!raw && !std::isfinite(value) && errno != ERANGE))
         throw InvalidInput(key, "expected a finite number, got '" + text + "'");
+    if (!raw && errno == ERANGE) throw InvalidInput(key, out_of_range("a float", text));
     if (key == "center_pan") check_pan(key, value, raw);
     if (key == "center_tilt") check_tilt(key, value, raw);
     // The centre and radii are fractions of the picture's width and height.
@@ -83,8 +84,10 @@ int parse_type(const std::string &key, const std::string &text, bool raw) {
     char *end = nullptr;
     errno = 0;
     const long value = std::strtol(text.c_str(), &end, 10);
-    if (text.empty() || *end != '\0' || errno == ERANGE || value < -2147483647L - 1 || value > 2147483647L)
+    if (text.empty() || *end != '\0')
         throw InvalidInput(key, "expected an integer (1 quadratic, 2 cubic, 0 none), got '" + text + "'");
+    if (errno == ERANGE || value < -2147483647L - 1 || value > 2147483647L)
+        throw InvalidInput(key, out_of_range("an integer", text));
     if (!raw && (value < 0 || value > 2))
         throw InvalidInput(key, "must be 0 (none), 1 (quadratic) or 2 (cubic), got '" + text + "'");
     return static_cast<int>(value);
@@ -139,7 +142,9 @@ struct PictureOptions {
     bool mirror = false;
 
     void add_to(CLI::App &command) {
-        command.add_option("--size", size, "overview picture size in pixels, WIDTHxHEIGHT")->capture_default_str();
+        command.add_option("--size", size, "overview picture size in pixels")
+            ->type_name("WIDTHxHEIGHT")
+            ->capture_default_str();
         command.add_option("--rot", rot, "overview picture rotation, whole degrees")->capture_default_str();
         command.add_flag("--mirror", mirror, "the overview picture is mirrored");
     }
@@ -206,9 +211,9 @@ void add_ovista_commands(CLI::App &app, Session &session) {
     };
     auto set_args = std::make_shared<Set>();
     CLI::App *set = ovista->add_subcommand("set", "change fields (KEY VALUE ...) and save the configuration");
-    set->add_option("KEY", set_args->key, "field name, as `ovista show` prints it")->required();
-    set->add_option("VALUE", set_args->value, "its new value")->required();
-    set->add_option("MORE", set_args->more, "further KEY VALUE pairs");
+    set->add_option("KEY", set_args->key, "field name, as `ovista show` prints it")->type_name("NAME")->required();
+    set->add_option("VALUE", set_args->value, "its new value")->type_name("NUMBER")->required();
+    set->add_option("MORE", set_args->more, "further KEY VALUE pairs")->type_name("KEY VALUE");
     set->callback([set_args, &session] {
         if (set_args->more.size() % 2 != 0)
             throw CLI::ValidationError("VALUE", "missing for key '" + set_args->more.back() + "'");
@@ -266,8 +271,9 @@ void add_ovista_commands(CLI::App &app, Session &session) {
     auto to_ptz = std::make_shared<ToPtz>();
     CLI::App *ptz = ovista->add_subcommand(
         "to-ptz", "PTZ pan/tilt of overview pixel X Y; without X Y, one \"x y\" per input line");
-    to_ptz->x_option = ptz->add_option("x", to_ptz->x, "overview pixel column");
-    to_ptz->y_option = ptz->add_option("y", to_ptz->y, "overview pixel row");
+    session.record_readers.push_back(ptz);
+    to_ptz->x_option = ptz->add_option("x", to_ptz->x, "overview pixel column")->type_name("NUMBER");
+    to_ptz->y_option = ptz->add_option("y", to_ptz->y, "overview pixel row")->type_name("NUMBER");
     ptz->add_flag("--rel", to_ptz->relative, "relative to the overview camera's axis");
     ptz->add_flag("--precise", to_ptz->precise, std::string(kPreciseHelp) + "; applies --rot and --mirror");
     to_ptz->picture.add_to(*ptz);
@@ -311,8 +317,9 @@ void add_ovista_commands(CLI::App &app, Session &session) {
     auto to_pixel = std::make_shared<ToPixel>();
     CLI::App *pixel = ovista->add_subcommand(
         "to-pixel", "overview pixel where the PTZ direction PAN TILT appears; without PAN TILT, one per input line");
-    to_pixel->pan_option = pixel->add_option("pan", to_pixel->pan, "PTZ pan, degrees");
-    to_pixel->tilt_option = pixel->add_option("tilt", to_pixel->tilt, "PTZ tilt, degrees");
+    session.record_readers.push_back(pixel);
+    to_pixel->pan_option = pixel->add_option("pan", to_pixel->pan, "PTZ pan, degrees")->type_name("NUMBER");
+    to_pixel->tilt_option = pixel->add_option("tilt", to_pixel->tilt, "PTZ tilt, degrees")->type_name("NUMBER");
     pixel->add_flag("--precise", to_pixel->precise, kPreciseHelp);
     to_pixel->picture.add_to(*pixel);
     pixel->callback([to_pixel, &session] {

@@ -75,6 +75,8 @@ std::vector<std::pair<std::string, std::string>> describe_lens(const CameraOptio
 std::optional<Block> given_record(const Session &session, const CLI::Option *first, const CLI::Option *second,
                                   Records records, const std::string &first_text, const std::string &second_text) {
     if (!coordinates_given(first, second, session)) return std::nullopt;
+    if (session.input_option != nullptr && session.input_option->count() != 0)
+        throw InvalidInput("--input", "reads records only when no coordinates are given on the command line");
     return command_line_record(records, first_text, second_text, session.raw);
 }
 
@@ -96,8 +98,9 @@ void add_projection_commands(CLI::App &app, Session &session) {
     auto to_ptz = std::make_shared<ToPtz>();
     CLI::App *ptz = app.add_subcommand(
         "to-ptz", "pan/tilt that brings pixel X Y to the centre; without X Y, one \"x y\" per input line");
-    to_ptz->x_option = ptz->add_option("x", to_ptz->x, "pixel column (continuous with --precise)");
-    to_ptz->y_option = ptz->add_option("y", to_ptz->y, "pixel row (continuous with --precise)");
+    session.record_readers.push_back(ptz);
+    to_ptz->x_option = ptz->add_option("x", to_ptz->x, "pixel column (continuous with --precise)")->type_name("NUMBER");
+    to_ptz->y_option = ptz->add_option("y", to_ptz->y, "pixel row (continuous with --precise)")->type_name("NUMBER");
     ptz->add_flag("--rel", to_ptz->relative, "movement relative to the camera's pan/tilt");
     ptz->add_flag("--fixed", to_ptz->fixed, "use the Q16.16 form");
     ptz->add_flag("--precise", to_ptz->precise, kPreciseHelp);
@@ -130,8 +133,9 @@ void add_projection_commands(CLI::App &app, Session &session) {
     auto to_pixel = std::make_shared<ToPixel>();
     CLI::App *pixel = app.add_subcommand(
         "to-pixel", "pixel where the direction PAN TILT appears; without PAN TILT, one \"pan tilt\" per input line");
-    to_pixel->pan_option = pixel->add_option("pan", to_pixel->pan, "target pan, degrees");
-    to_pixel->tilt_option = pixel->add_option("tilt", to_pixel->tilt, "target tilt, degrees");
+    session.record_readers.push_back(pixel);
+    to_pixel->pan_option = pixel->add_option("pan", to_pixel->pan, "target pan, degrees")->type_name("NUMBER");
+    to_pixel->tilt_option = pixel->add_option("tilt", to_pixel->tilt, "target tilt, degrees")->type_name("NUMBER");
     pixel->add_flag("--fixed", to_pixel->fixed, "use the Q16.16 form");
     pixel->add_flag("--precise", to_pixel->precise, kPreciseHelp);
     to_pixel->camera.add_to(*pixel);

@@ -121,9 +121,10 @@ void add_remote_commands(CLI::App &app, Session &session) {
     auto point = std::make_shared<Point>();
     CLI::App *point_cmd = remote->add_subcommand(
         "point", "remote pan/tilt that looks at pixel X Y of the main picture; without X Y, one per input line");
+    session.record_readers.push_back(point_cmd);
     point_cmd->add_option("channel", point->channel, "channel number")->required();
-    CLI::Option *point_x = point_cmd->add_option("x", point->first, "pixel column");
-    CLI::Option *point_y = point_cmd->add_option("y", point->second, "pixel row");
+    CLI::Option *point_x = point_cmd->add_option("x", point->first, "pixel column")->type_name("NUMBER");
+    CLI::Option *point_y = point_cmd->add_option("y", point->second, "pixel row")->type_name("NUMBER");
     point->camera.add_to(*point_cmd, false);
     point_cmd->callback([point, point_x, point_y, &session] {
         check_channel("channel", point->channel, session.raw);
@@ -155,9 +156,10 @@ void add_remote_commands(CLI::App &app, Session &session) {
     auto to_pixel = std::make_shared<Point>();
     CLI::App *pixel_cmd = remote->add_subcommand(
         "to-pixel", "pixel of the main picture the remote camera sees at PAN TILT; without PAN TILT, one per input line");
+    session.record_readers.push_back(pixel_cmd);
     pixel_cmd->add_option("channel", to_pixel->channel, "channel number")->required();
-    CLI::Option *pixel_pan = pixel_cmd->add_option("pan", to_pixel->first, "remote pan, degrees");
-    CLI::Option *pixel_tilt = pixel_cmd->add_option("tilt", to_pixel->second, "remote tilt, degrees");
+    CLI::Option *pixel_pan = pixel_cmd->add_option("pan", to_pixel->first, "remote pan, degrees")->type_name("NUMBER");
+    CLI::Option *pixel_tilt = pixel_cmd->add_option("tilt", to_pixel->second, "remote tilt, degrees")->type_name("NUMBER");
     to_pixel->camera.add_to(*pixel_cmd, false);
     pixel_cmd->callback([to_pixel, pixel_pan, pixel_tilt, &session] {
         check_channel("channel", to_pixel->channel, session.raw);

@@ -20,6 +20,21 @@
 namespace viewgeo::tool {
 namespace {
 
+// Refuses --input unless the command reached reads a stream of records.
+void check_input_read(const Session &session, const CLI::App &root) {
+    if (session.input_option->count() == 0) return;
+    const CLI::App *command = &root;
+    std::string path;
+    while (!command->get_subcommands().empty()) {
+        command = command->get_subcommands().front();
+        path += (path.empty() ? "" : " ") + command->get_name();
+    }
+    const auto &readers = session.record_readers;
+    if (std::find(readers.begin(), readers.end(), command) != readers.end()) return;
+    throw InvalidInput("--input", path + " reads no records (to-ptz, to-pixel, ovista to-ptz, ovista to-pixel, "
+                                         "remote point and remote to-pixel do)");
+}
+
 std::unique_ptr<CLI::App> make_app(Session &session, bool allow_batch, bool &batch) {
     auto app = std::make_unique<CLI::App>("Camera geometry of a pan-tilt-zoom camera", "viewgeo");
     app->require_subcommand(1);
@@ -30,10 +45,11 @@ std::unique_ptr<CLI::App> make_app(Session &session, bool allow_batch, bool &bat
         "in the shortest text that reads back as the same double; no answer is an error (status 1).\n"
         "Exit status: 0 success, 1 an operation failed (a file, a calibration), 2 usage or invalid input.");
     app->set_version_flag("--version", tool_version(), "print the library's version and exit");
-    app->add_flag("--json,--jsonl", session.json, "print results as JSON, one object per line");
-    app->add_flag("--csv", session.csv, "print a stream's results as CSV with a header");
+    CLI::Option *json = app->add_flag("--json,--jsonl", session.json, "print results as JSON, one object per line");
+    app->add_flag("--csv", session.csv, "print a stream's results as CSV with a header")->excludes(json);
     app->add_flag("--raw", session.raw, "pass values to the library unchecked");
-    app->add_option("--input", session.input, "read records from FILE instead of standard input");
+    session.input_option =
+        app->add_option("--input", session.input, "read records from FILE instead of standard input")->type_name("FILE");
     add_projection_commands(*app, session);
     add_utility_commands(*app, session);
     add_misalignment_commands(*app, session);
@@ -44,6 +60,9 @@ std::unique_ptr<CLI::App> make_app(Session &session, bool allow_batch, bool &bat
         app->add_subcommand("batch", "read one command per line from standard input; print one result per line")
             ->callback([&batch] { batch = true; });
     }
+    // Before any command acts: a file given to a command that reads no
+    // records would be silently ignored.
+    app->parse_complete_callback([&session, root = app.get()] { check_input_read(session, *root); });
     return app;
 }
 
@@ -86,20 +105,10 @@ std::string unknown_command(CLI::App &app, const std::vector<std::string> &words
     return "";
 }
 
-std::string json_text(const std::string &text) {
-    std::string out = "\"";
-    for (const char c : text) {
-        if (static_cast<unsigned char>(c) < 0x20) continue;
-        if (c == '"' || c == '\\') out += '\\';
-        out += c;
-    }
-    return out + "\"";
-}
-
 // One line of error, naming what was wrong; a JSON object with --json.
 void report_error(bool json, const std::string &message) {
     if (json) {
-        std::cerr << "{\"error\": " << json_text(message) << "}\n";
+        std::cerr << "{\"error\": " << json_string(message) << "}\n";
     } else {
         std::cerr << "viewgeo: " << message << '\n';
     }
@@ -177,7 +186,7 @@ int run_batch(bool json) {
         // The reason on stderr for people, and in the result's place.
         std::cerr << "viewgeo: line " << number << ": " << failure << '\n';
         if (json) {
-            std::cout << "{\"error\": " << json_text(failure) << ", \"line\": " << number << "}\n";
+            std::cout << "{\"error\": " << json_string(failure) << ", \"line\": " << number << "}\n";
         } else {
             std::cout << "error\n";
         }

@@ -21,22 +21,63 @@ std::string json_number(double value) {
     return format("%.9g", value);
 }
 
-std::string json_string(const std::string &text) {
-    std::string out = "\"";
-    for (const char c : text) {
-        if (static_cast<unsigned char>(c) < 0x20) {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned>(static_cast<unsigned char>(c)));
-            out += escaped;
-            continue;
-        }
-        if (c == '"' || c == '\\') out += '\\';
-        out += c;
+// The length of the well-formed UTF-8 character at the start of `text`, or
+// of the longest start of one that a decoder reads before it must reject
+// it (at least 1): with `valid` false, that piece is one U+FFFD.
+std::size_t utf8_piece(std::string_view text, bool &valid) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned char lead = byte(0);
+    std::size_t continuation = 0;
+    unsigned char low = 0x80, high = 0xBF;  // allowed range of the second byte
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        continuation = 1;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        continuation = 2;
+        if (lead == 0xE0) low = 0xA0;   // no overlong form
+        if (lead == 0xED) high = 0x9F;  // no surrogate
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        continuation = 3;
+        if (lead == 0xF0) low = 0x90;   // no overlong form
+        if (lead == 0xF4) high = 0x8F;  // nothing above U+10FFFF
     }
-    return out + "\"";
+    std::size_t length = 1;
+    while (length <= continuation && length < text.size() && byte(length) >= low && byte(length) <= high) {
+        low = 0x80, high = 0xBF;
+        ++length;
+    }
+    valid = continuation > 0 && length == continuation + 1;
+    return length;
 }
 
 }  // namespace
+
+void append_json_string(std::string &out, std::string_view text) {
+    out.push_back('"');
+    while (!text.empty()) {
+        const unsigned char c = static_cast<unsigned char>(text[0]);
+        std::size_t length = 1;
+        if (c < 0x20) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned>(c));
+            out.append(escaped);
+        } else if (c < 0x80) {
+            if (c == '"' || c == '\\') out.push_back('\\');
+            out.push_back(static_cast<char>(c));
+        } else {
+            bool valid = false;
+            length = utf8_piece(text, valid);
+            out.append(valid ? text.substr(0, length) : std::string_view("\xEF\xBF\xBD"));
+        }
+        text.remove_prefix(length);
+    }
+    out.push_back('"');
+}
+
+std::string json_string(std::string_view text) {
+    std::string out;
+    append_json_string(out, text);
+    return out;
+}
 
 char *shortest_text(double value, char (&buffer)[kShortestLength]) {
     if (!std::isfinite(value)) {

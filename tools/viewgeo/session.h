@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -79,6 +80,8 @@ struct Session {
     bool raw = false;                 // pass values to the library unchecked
     bool batch = false;               // one result per line, always
     std::string input;                // records come from this file ("" or "-": standard input)
+    const CLI::Option *input_option = nullptr;       // --input, to tell whether it was given
+    std::vector<const CLI::App *> record_readers;  // the commands that read a stream of records
     int status = 0;                   // the exit status a stream asks for
     std::vector<std::string> output;  // the lines a command printed
 
@@ -115,6 +118,14 @@ void check_range(const std::string &option, double value, double low, double hig
 // Pan within [-360, 360] and tilt within [-180, 180], finite.
 void check_pan(const std::string &option, double value, bool raw);
 void check_tilt(const std::string &option, double value, bool raw);
+// A finite value, whatever `raw` says: for a value the tool itself turns
+// into a Q16.16 word, where NaN or infinity would only become a saturated word.
+void check_finite(const std::string &option, double value);
+// Why a text that reads as a number was refused: it lies beyond what `type`
+// ("a float", "a whole pixel number") holds, "number out of range for a
+// float, got '1e40'". Tiny numbers that would lose all precision, such as
+// 1e-50, count as out of range too.
+std::string out_of_range(const std::string &type, std::string_view text);
 // A channel number the remote store can name: -99999 to 999999.
 void check_channel(const std::string &option, int value, bool raw);
 
@@ -135,6 +146,13 @@ std::string tool_version();
 // JSON cannot hold) and returns its end.
 constexpr std::size_t kShortestLength = 32;
 char *shortest_text(double value, char (&buffer)[kShortestLength]);
+
+// Appends `text` to `out` as a JSON string, quoted: control characters as
+// \u00XX, a byte sequence that is not UTF-8 as U+FFFD (one for each
+// longest piece a decoder would reject), so that any input line or file name
+// gives valid JSON. The one writer of JSON text in the tool.
+void append_json_string(std::string &out, std::string_view text);
+std::string json_string(std::string_view text);
 
 // Parses "WIDTHxHEIGHT"; throws CLI::ValidationError naming --size.
 std::pair<std::int32_t, std::int32_t> parse_size(const std::string &text);

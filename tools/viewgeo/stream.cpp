@@ -59,20 +59,7 @@ public:
         char buffer[kShortestLength];
         text_.append(buffer, shortest_text(value, buffer));
     }
-    void json_string(std::string_view s) {
-        text_.push_back('"');
-        for (const char c : s) {
-            if (static_cast<unsigned char>(c) < 0x20) {
-                char escaped[8];
-                std::snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned>(static_cast<unsigned char>(c)));
-                text_.append(escaped);
-                continue;
-            }
-            if (c == '"' || c == '\\') text_.push_back('\\');
-            text_.push_back(c);
-        }
-        text_.push_back('"');
-    }
+    void json_string(std::string_view s) { append_json_string(text_, s); }
     void csv_field(std::string_view s) {
         if (s.find_first_of(",\"\n") == std::string_view::npos) {
             text_.append(s);
@@ -121,11 +108,15 @@ std::size_t split(std::string_view line, std::string_view *fields, std::size_t m
     return n;
 }
 
+// Reads the whole of `text` as a number: std::errc() when it does,
+// result_out_of_range for a number the type cannot hold, invalid_argument
+// for anything else.
 template <typename T>
-bool parse_number(std::string_view text, T &value) {
+std::errc parse_number(std::string_view text, T &value) {
     if (!text.empty() && text[0] == '+') text.remove_prefix(1);
     const auto r = std::from_chars(text.data(), text.data() + text.size(), value);
-    return r.ec == std::errc() && r.ptr == text.data() + text.size();
+    if (r.ptr != text.data() + text.size()) return std::errc::invalid_argument;
+    return r.ec;
 }
 
 // One line of input, in the order of the input.
@@ -359,12 +350,14 @@ std::string read_record(Records records, std::string_view first, std::string_vie
     if (!pixels(records)) names[0] = "pan", names[1] = "tilt";
     for (int k = 0; k < 2; ++k) {
         const std::string got = "got '" + std::string(fields[k]) + "'";
-        bool read = false;
+        std::errc read = std::errc();
         double value = 0.0;
         switch (records) {
             case Records::Pixels:
-                if (!parse_number(fields[k], (k == 0 ? block.x : block.y)[i]))
-                    return std::string(names[k]) + ": expected a whole pixel number, " + got;
+                read = parse_number(fields[k], (k == 0 ? block.x : block.y)[i]);
+                if (read == std::errc::result_out_of_range)
+                    return std::string(names[k]) + ": " + out_of_range("a whole pixel number", fields[k]);
+                if (read != std::errc()) return std::string(names[k]) + ": expected a whole pixel number, " + got;
                 continue;
             case Records::Angles:
                 read = parse_number(fields[k], (k == 0 ? block.pan : block.tilt)[i]);
@@ -379,7 +372,11 @@ std::string read_record(Records records, std::string_view first, std::string_vie
                 value = (k == 0 ? block.pan_d : block.tilt_d)[i];
                 break;
         }
-        if (!read) return std::string(names[k]) + ": expected a number, " + got;
+        if (read == std::errc::result_out_of_range) {
+            const bool precise = records == Records::PrecisePixels || records == Records::PreciseAngles;
+            return std::string(names[k]) + ": " + out_of_range(precise ? "a double" : "a float", fields[k]);
+        }
+        if (read != std::errc()) return std::string(names[k]) + ": expected a number, " + got;
         if (pixels(records)) {
             // A continuous pixel may lie anywhere, off the picture too.
             if (!raw && !std::isfinite(value)) return std::string(names[k]) + ": must be a finite number, " + got;
